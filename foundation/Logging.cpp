@@ -1,0 +1,15 @@
+#include "foundation/Logging.h"
+
+Q_LOGGING_CATEGORY(lcFoundation, "zelvora.foundation", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcDefaults, "zelvora.defaults", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcMedia, "zelvora.media", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcDevice, "zelvora.device", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcClip, "zelvora.clip", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcOutputs, "zelvora.outputs", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcEditing, "zelvora.editing", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcPreset, "zelvora.preset", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcPlaylist, "zelvora.playlist", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcApp, "zelvora.app", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcMidi, "zelvora.midi", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcGpi, "zelvora.gpi", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcKeypad, "zelvora.keypad", QtInfoMsg)
