@@ -2,7 +2,10 @@
 
 #include "foundation/Logging.h"
 #include "media/AudioEngine.h"
+#if __has_include("media/FfmpegAudioSource.h")
 #include "media/FfmpegAudioSource.h"
+#define ZELVORA_HAVE_FFMPEG_SOURCE 1
+#endif
 #include "media/GeneratedSource.h"
 #include "media/Preroll.h"
 #include "media/Voice.h"
@@ -47,8 +50,13 @@ bool Movie::open(const QString& path, QString* error) {
         return false;
     }
     QString decoderError;
+#ifdef ZELVORA_HAVE_FFMPEG_SOURCE
     std::unique_ptr<AudioSource> source =
         FfmpegAudioSource::open(path, engine->sampleRate(), &decoderError);
+#else
+    std::unique_ptr<AudioSource> source;
+    decoderError = QStringLiteral("this build has no file decoder");
+#endif
     if (!source) {
         setError(error, QStringLiteral("\"%1\" cannot be played: %2")
                             .arg(QFileInfo(path).fileName(), decoderError));

@@ -56,7 +56,8 @@ void VoiceFeeder::work() {
     }
     bool more = false;
     if (preroll && !preroll->isComplete() && !preroll->isAbandoned()) {
-        more = fillPrerollChunk(*preroll);
+        // Once the preroll is done, a playing voice's ring is next.
+        more = fillPrerollChunk(*preroll) || streaming;
     } else if (streaming) {
         more = fillRingBlock(generation, startFrame);
     }

@@ -1,0 +1,140 @@
+// A device that disappears: its stream is closed without disturbing the other devices,
+// its movies keep advancing on the fallback clock, and it comes back by itself.
+
+#include "foundation/Logging.h"
+#include "media/AudioEngine.h"
+#include "media/Movie.h"
+#include "media/OfflineDriver.h"
+#include "media/OfflineStream.h"
+#include "tests/media/EngineTestSupport.h"
+
+#include <QStringList>
+#include <chrono>
+#include <thread>
+
+using media::Movie;
+
+namespace {
+
+constexpr int kRate = testaudio::kRate;
+const QString kFourChannels = QStringLiteral("Test Device 4ch");
+
+QStringList capturedLines;
+
+void captureDeviceLines(QtMsgType, const QMessageLogContext& context, const QString& message) {
+    if (context.category && QByteArray(context.category) == "zelvora.device") {
+        capturedLines.append(message);
+    }
+}
+
+// Waits (polling, bounded) until the condition holds; the fallback clock runs in real time.
+template <typename Condition>
+bool eventually(Condition condition) {
+    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
+    while (!condition()) {
+        if (std::chrono::steady_clock::now() > deadline) {
+            return false;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    return true;
+}
+
+int linesContaining(const QString& text) {
+    int count = 0;
+    for (const QString& line : capturedLines) {
+        count += line.contains(text);
+    }
+    return count;
+}
+
+} // namespace
+
+class DeviceLossTest : public OfflineEngineTest {
+protected:
+    void SetUp() override {
+        OfflineEngineTest::SetUp();
+        capturedLines.clear();
+        _previousHandler = qInstallMessageHandler(captureDeviceLines);
+    }
+    void TearDown() override {
+        qInstallMessageHandler(_previousHandler);
+        OfflineEngineTest::TearDown();
+    }
+
+    QtMessageHandler _previousHandler = nullptr;
+};
+
+TEST_F(DeviceLossTest, ALostDeviceKeepsItsMoviesAdvancingAndComesBack) {
+    const Samples audio = testaudio::indexed(kRate * 60);
+    auto lost = openMovie(audio);
+    ASSERT_TRUE(lost->setOutputDevice(kFourChannels));
+    ASSERT_TRUE(lost->setChannelTags(Movie::kChannelTagBase + 2, Movie::kChannelTagBase + 3));
+    auto other = openMovie(testaudio::constant(kRate * 60, 0.25f, 0.25f));
+    lost->start();
+    other->start();
+    pull(4096, kFourChannels);
+    pull(4096);
+
+    driver().setDevicePresent(kFourChannels, false);
+    engine().service();
+    EXPECT_TRUE(engine().isOnFallback(kFourChannels));
+    EXPECT_FALSE(engine().isOnFallback(QStringLiteral("Offline Output")));
+    EXPECT_EQ(linesContaining(QStringLiteral("was lost")), 1)
+        << qPrintable(capturedLines.join('\n'));
+
+    // The other device is not disturbed.
+    const std::vector<float> unaffected = pull(4096);
+    EXPECT_EQ(unaffected[2048 * 2], 0.25f);
+
+    // The lost device's movie keeps time on the fallback clock.
+    const double before = lost->position();
+    EXPECT_TRUE(eventually([&] { return lost->position() > before + 0.05; }));
+    EXPECT_EQ(lost->rate(), 1.0);
+
+    // A poll that still does not list the device changes nothing.
+    engine().checkDevices();
+    EXPECT_TRUE(engine().isOnFallback(kFourChannels));
+
+    driver().setDevicePresent(kFourChannels, true);
+    engine().checkDevices();
+    EXPECT_FALSE(engine().isOnFallback(kFourChannels));
+    EXPECT_EQ(linesContaining(QStringLiteral("is back")), 1)
+        << qPrintable(capturedLines.join('\n'));
+
+    const double resumedAt = lost->position();
+    const std::vector<float> back = pull(4096, kFourChannels);
+    const auto frame = (long long)std::llround(resumedAt * kRate);
+    EXPECT_EQ(back[0 * 4 + 0], 0.0f);
+    EXPECT_EQ(back[100 * 4 + 2], (*audio)[size_t(frame + 100) * 2]) << "audio on channel 3 again";
+    EXPECT_EQ(back[100 * 4 + 3], (*audio)[size_t(frame + 100) * 2 + 1]) << "and on channel 4";
+}
+
+TEST_F(DeviceLossTest, ALostDefaultDeviceComesBackToo) {
+    auto movie = openMovie(testaudio::constant(kRate * 60, 0.5f, 0.5f));
+    movie->start();
+    pull(1024);
+    driver().setDevicePresent(QStringLiteral("Offline Output"), false);
+    engine().checkDevices();
+    EXPECT_TRUE(engine().isOnFallback(media::AudioEngine::builtInOutputName()));
+    driver().setDevicePresent(QStringLiteral("Offline Output"), true);
+    engine().checkDevices();
+    EXPECT_FALSE(engine().isOnFallback(QStringLiteral("Offline Output")));
+    const std::vector<float> out = pull(1024);
+    EXPECT_EQ(out[512 * 2], 0.5f);
+}
+
+TEST_F(DeviceLossTest, ARouteToAListedDeviceThatDoesNotOpenRunsOnTheFallbackClock) {
+    driver().setDevicePresent(kFourChannels, false);
+    // The engine's list still shows the device (no poll yet), but it cannot be opened.
+    auto movie = openMovie(testaudio::indexed(kRate * 60));
+    ASSERT_TRUE(movie->setOutputDevice(kFourChannels));
+    EXPECT_TRUE(engine().isOnFallback(kFourChannels));
+    movie->start();
+    EXPECT_TRUE(eventually([&] { return movie->position() > 0.05; }));
+
+    driver().setDevicePresent(kFourChannels, true);
+    engine().checkDevices();
+    EXPECT_FALSE(engine().isOnFallback(kFourChannels));
+    ASSERT_NE(driver().stream(kFourChannels), nullptr);
+}
