@@ -1,12 +1,12 @@
 #include "foundation/UserDefaults.h"
 
+#include "foundation/AtomicFile.h"
 #include "foundation/Logging.h"
 #include "foundation/PropertyList.h"
 
 #include <QDateTime>
 #include <QDir>
 #include <QFile>
-#include <QSaveFile>
 #include <QStandardPaths>
 #include <algorithm>
 #include <cctype>
@@ -361,13 +361,8 @@ bool UserDefaults::writeUserValues() {
         reportWriteError(error);
         return false;
     }
-    QSaveFile file(filePath());
-    if (!file.open(QIODevice::WriteOnly)) {
-        reportWriteError(file.errorString());
-        return false;
-    }
-    if (file.write(xml) != xml.size() || !file.commit()) {
-        reportWriteError(file.errorString());
+    if (!AtomicFile::write(filePath(), xml, &error)) {
+        reportWriteError(error);
         return false;
     }
     _lastError.clear();
@@ -401,8 +396,7 @@ bool UserDefaults::moveBadFileAside() {
 
 // Each distinct failure is reported once, not again for every following change.
 void UserDefaults::reportWriteError(const QString& message) {
-    const QString text =
-        QStringLiteral("cannot save the settings to %1: %2").arg(filePath(), message);
+    const QString text = QStringLiteral("Settings not saved: %1").arg(message);
     if (text != _lastError) {
         qCWarning(lcDefaults).noquote()
             << text + QStringLiteral("; changed settings are kept for this session only.");

@@ -7,11 +7,16 @@
 
 #include <QColor>
 #include <QDateTime>
+#include <QProcess>
+#include <QStandardPaths>
+#include <QTemporaryDir>
 #include <QTimeZone>
 #include <QUrl>
+#include <clocale>
 #include <cmath>
 #include <gtest/gtest.h>
 #include <limits>
+#include <string>
 
 namespace {
 
@@ -209,6 +214,52 @@ TEST(PropertyListXml, DatesAndDataFromText) {
     EXPECT_EQ(map.value("d").toDateTime(),
               QDateTime(QDate(2024, 5, 6), QTime(7, 8, 9), QTimeZone::utc()));
     EXPECT_EQ(map.value("b").toByteArray(), QByteArray("Hello"));
+}
+
+// Switches LC_NUMERIC to a locale with a decimal comma: an installed one, else one that
+// localedef compiles into `scratch` (glibc reads LOCPATH on every setlocale). Returns its
+// name, or null when there is none to be had.
+const char* useDecimalCommaLocale(const QTemporaryDir& scratch) {
+    auto hasComma = [] {
+        return std::string(std::localeconv()->decimal_point) == ",";
+    };
+    for (const char* name : {"de_DE.UTF-8", "de_DE.utf8", "fr_FR.UTF-8", "nl_NL.UTF-8"}) {
+        if (std::setlocale(LC_NUMERIC, name) && hasComma()) {
+            return name;
+        }
+    }
+    if (QStandardPaths::findExecutable("localedef").isEmpty()) {
+        return nullptr;
+    }
+    QProcess::execute("localedef", {"-i", "de_DE", "-f", "UTF-8", scratch.filePath("de_DE.UTF-8")});
+    qputenv("LOCPATH", scratch.path().toUtf8());
+    if (std::setlocale(LC_NUMERIC, "de_DE.UTF-8") && hasComma()) {
+        return "de_DE.UTF-8";
+    }
+    return nullptr;
+}
+
+// The application runs under the user's locale; one with a decimal comma must not change
+// how reals are written or read (libplist reads them with the C library).
+TEST(PropertyListXml, RealsIgnoreTheDecimalCommaOfTheLocale) {
+    const std::string previous = std::setlocale(LC_NUMERIC, nullptr);
+    const bool hadLocPath = qEnvironmentVariableIsSet("LOCPATH");
+    const QByteArray previousLocPath = qgetenv("LOCPATH");
+    QTemporaryDir scratch;
+    const char* comma = useDecimalCommaLocale(scratch);
+    const QByteArray xml = PropertyList::toXml(QVariantMap{{"gain", 0.25}});
+    const QVariant back = readXmlText("<real>2.5</real>");
+    std::setlocale(LC_NUMERIC, previous.c_str());
+    if (hadLocPath) {
+        qputenv("LOCPATH", previousLocPath);
+    } else {
+        qunsetenv("LOCPATH");
+    }
+    if (!comma) {
+        GTEST_SKIP() << "no locale with a decimal comma is installed or can be made";
+    }
+    EXPECT_TRUE(xml.contains("<real>0.25</real>")) << comma << ": " << xml.toStdString();
+    EXPECT_EQ(back, QVariant(2.5)) << comma;
 }
 
 TEST(PropertyListXml, ByteOrderMarkIsSkipped) {

@@ -4,6 +4,7 @@
 
 #include "foundation/UserDefaults.h"
 #include "foundation/PropertyList.h"
+#include "tests/foundation/DiskFullScope.h"
 #include "tests/support/ScratchHome.h"
 
 #include <QColor>
@@ -16,7 +17,9 @@
 #include <QTimeZone>
 #include <algorithm>
 #include <cmath>
+#include <csignal>
 #include <limits>
+#include <sys/resource.h>
 #include <unistd.h>
 
 namespace {
@@ -362,6 +365,33 @@ TEST_F(UserDefaultsTest, FolderThatCannotBeCreatedKeepsValuesInMemory) {
     EXPECT_TRUE(log.contains("cannot create the folder"));
 }
 
+// A full disk, provoked with a file-size limit of zero (which binds root too): the save
+// fails, the file on disk keeps its last good state, the value lives on in memory.
+TEST_F(UserDefaultsTest, FailedSaveLeavesTheFileIntactAndValuesLiveOn) {
+    defaults().setObject(1, "Saved Before");
+    QSignalSpy spy(&defaults(), &UserDefaults::defaultsChanged);
+    DefaultsLog log;
+    bool stored = false;
+    {
+        DiskFullScope full;
+        ASSERT_TRUE(full.isActive());
+        stored = defaults().setObject(2, "Changed After");
+    }
+
+    EXPECT_TRUE(stored);
+    EXPECT_EQ(spy.count(), 1);
+    EXPECT_EQ(defaults().integerForKey("Changed After"), 2);
+    EXPECT_TRUE(log.contains("Settings not saved")) << log.messages().join('|').toStdString();
+    EXPECT_TRUE(defaults().lastError().contains(defaults().filePath()));
+    EXPECT_TRUE(PropertyList::isIdentical(readFile(defaults().filePath()),
+                                          QVariantMap{{"Saved Before", 1}}));
+    // The next successful save clears the error and writes both values.
+    defaults().setObject(3, "Changed After");
+    EXPECT_TRUE(defaults().lastError().isEmpty());
+    EXPECT_TRUE(PropertyList::isIdentical(readFile(defaults().filePath()),
+                                          QVariantMap{{"Saved Before", 1}, {"Changed After", 3}}));
+}
+
 TEST_F(UserDefaultsTest, ReadOnlyFolderIsReportedAndValuesLiveOn) {
     defaults().setObject(1, "Saved Before");
     const QString folder = QFileInfo(defaults().filePath()).absolutePath();
@@ -379,7 +409,7 @@ TEST_F(UserDefaultsTest, ReadOnlyFolderIsReportedAndValuesLiveOn) {
     DefaultsLog log;
     EXPECT_TRUE(defaults().setObject(2, "Changed After"));
     EXPECT_EQ(defaults().integerForKey("Changed After"), 2);
-    EXPECT_TRUE(log.contains("cannot save")) << log.messages().join('|').toStdString();
+    EXPECT_TRUE(log.contains("Settings not saved")) << log.messages().join('|').toStdString();
     EXPECT_TRUE(defaults().lastError().contains(defaults().filePath()));
     // The file on disk still holds the last good state.
     EXPECT_TRUE(PropertyList::isIdentical(readFile(defaults().filePath()),
