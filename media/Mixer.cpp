@@ -5,7 +5,6 @@
 #include "media/VoiceRenderer.h"
 
 #include <algorithm>
-#include <chrono>
 #include <cstring>
 
 namespace media {
@@ -37,14 +36,11 @@ void Mixer::render(float* interleaved, int channels, int frames) {
     std::memset(interleaved, 0, size_t(frames) * size_t(channels) * sizeof(float));
     applyCommands();
     adoptPending();
-    const long long nowNs = std::chrono::duration_cast<std::chrono::nanoseconds>(
-                                std::chrono::steady_clock::now().time_since_epoch())
-                                .count();
     for (int done = 0; done < frames;) {
         const int chunk = std::min(frames - done, kMaxChunkFrames);
         float* out = interleaved + size_t(done) * size_t(channels);
         for (Voice* voice : _voices) {
-            voice->renderer.render(out, channels, chunk, _scratch.get(), nowNs);
+            voice->renderer.render(out, channels, chunk, _scratch.get());
         }
         done += chunk;
     }

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <bit>
+#include <chrono>
 #include <cmath>
 #include <cstring>
 
@@ -28,8 +29,7 @@ void raisePeak(std::atomic<uint32_t>& bits, float value) {
 VoiceRenderer::VoiceRenderer(Voice& voice)
     : _voice(voice) {}
 
-void VoiceRenderer::render(float* out, int deviceChannels, int frames, float* scratch,
-                           long long nowNs) {
+void VoiceRenderer::render(float* out, int deviceChannels, int frames, float* scratch) {
     applyCommands();
     if (discardStaleBlocks()) {
         _freedBlock = true;
@@ -49,6 +49,10 @@ void VoiceRenderer::render(float* out, int deviceChannels, int frames, float* sc
         }
         if (produced > 0 && _firstFramePending) {
             _firstFramePending = false;
+            // Read only once per start: the clock is a vDSO call, no system call.
+            const long long nowNs = std::chrono::duration_cast<std::chrono::nanoseconds>(
+                                        std::chrono::steady_clock::now().time_since_epoch())
+                                        .count();
             _voice.firstFrameNs.store(nowNs, std::memory_order_relaxed);
         }
         mixInto(out, deviceChannels, frames, scratch, target);

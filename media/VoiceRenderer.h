@@ -34,8 +34,7 @@ public:
 
     // Applies pending commands, renders `frames` frames and adds them into `out`
     // (`deviceChannels` interleaved). `scratch` holds frames × kMaxChannels floats.
-    // `nowNs` is the steady clock at the start of this render call.
-    void render(float* out, int deviceChannels, int frames, float* scratch, long long nowNs);
+    void render(float* out, int deviceChannels, int frames, float* scratch);
 
 private:
     enum class Source : uint8_t { None, Preroll, Ring, Ended };

@@ -10,6 +10,7 @@
 
 #include <QStringList>
 #include <chrono>
+#include <mutex>
 #include <thread>
 
 using media::Movie;
@@ -19,10 +20,13 @@ namespace {
 constexpr int kRate = testaudio::kRate;
 const QString kFourChannels = QStringLiteral("Test Device 4ch");
 
+// Log lines can come from any thread (decoder workers log too).
+std::mutex capturedMutex;
 QStringList capturedLines;
 
 void captureDeviceLines(QtMsgType, const QMessageLogContext& context, const QString& message) {
     if (context.category && QByteArray(context.category) == "zelvora.device") {
+        std::lock_guard lock(capturedMutex);
         capturedLines.append(message);
     }
 }
@@ -41,6 +45,7 @@ bool eventually(Condition condition) {
 }
 
 int linesContaining(const QString& text) {
+    std::lock_guard lock(capturedMutex);
     int count = 0;
     for (const QString& line : capturedLines) {
         count += line.contains(text);
@@ -54,6 +59,7 @@ class DeviceLossTest : public OfflineEngineTest {
 protected:
     void SetUp() override {
         OfflineEngineTest::SetUp();
+        std::lock_guard lock(capturedMutex);
         capturedLines.clear();
         _previousHandler = qInstallMessageHandler(captureDeviceLines);
     }

@@ -32,10 +32,14 @@
 #endif
 
 namespace {
-
 std::atomic<long long> allocationsInRender{0};
 std::atomic<long long> freesInRender{0};
 std::atomic<long long> locksInRender{0};
+} // namespace
+
+#if ZELVORA_COUNTING_HOOKS
+
+namespace {
 
 void noteAllocation() {
     if (media::RenderScope::isActive()) {
@@ -50,8 +54,6 @@ void noteFree(void* pointer) {
 }
 
 } // namespace
-
-#if ZELVORA_COUNTING_HOOKS
 
 extern "C" {
 void* __libc_malloc(size_t size);
