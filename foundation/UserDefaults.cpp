@@ -263,12 +263,18 @@ double UserDefaults::doubleForKey(const QString& key) const {
 
 QVariantMap UserDefaults::dictionaryForKey(const QString& key) const {
     const QVariant value = objectForKey(key);
-    return value.typeId() == QMetaType::QVariantMap ? value.toMap() : QVariantMap();
+    // A registered value may also be a hash; a stored one is always a map.
+    const bool isDict =
+        value.typeId() == QMetaType::QVariantMap || value.typeId() == QMetaType::QVariantHash;
+    return isDict ? value.toMap() : QVariantMap();
 }
 
 QVariantList UserDefaults::arrayForKey(const QString& key) const {
     const QVariant value = objectForKey(key);
-    return value.typeId() == QMetaType::QVariantList ? value.toList() : QVariantList();
+    // A registered value may also be a string list; a stored one is always a list.
+    const bool isArray =
+        value.typeId() == QMetaType::QVariantList || value.typeId() == QMetaType::QStringList;
+    return isArray ? value.toList() : QVariantList();
 }
 
 QByteArray UserDefaults::dataForKey(const QString& key) const {

@@ -230,6 +230,9 @@ TEST_F(UserDefaultsTest, TypedGettersFallBackOnOtherTypes) {
                                  {"Int", 7},
                                  {"Flag", true}});
     EXPECT_EQ(defaults().dictionaryForKey("Dict"), (QVariantMap{{"a", 1}}));
+    defaults().registerDefaults({{"Hash", QVariantHash{{"h", 2}}}, {"Names", QStringList{"n"}}});
+    EXPECT_EQ(defaults().dictionaryForKey("Hash"), (QVariantMap{{"h", 2}}));
+    EXPECT_EQ(defaults().arrayForKey("Names"), QVariantList{"n"});
     EXPECT_EQ(defaults().arrayForKey("List"), QVariantList{1});
     EXPECT_EQ(defaults().dataForKey("Data"), QByteArray("xy"));
     EXPECT_TRUE(defaults().dictionaryForKey("List").isEmpty());
