@@ -1,0 +1,68 @@
+#pragma once
+
+// A client connection to a running JACK server, used by the RtAudio back end to see
+// whether a server runs, to list its playback destinations cheaply, and to learn at once
+// when the server goes away. It never starts a server. Owns its jack_client_t; move-free
+// and copy-free, so one object is the one owner of the handle.
+//
+// libjack frees every client of a dead server as soon as any client opens again in the
+// process. Whoever opens a JACK client, directly or through RtAudio, calls
+// noteClientOpening() first, so that a connection (and a stream) can tell whether its
+// client is still there to close.
+
+#include "media/RtAudioDeviceList.h"
+
+#include <QString>
+#include <atomic>
+#include <memory>
+#include <vector>
+
+struct _jack_client;
+
+namespace media {
+
+class JackConnection {
+public:
+    // Connects to the server JACK clients reach by default (JACK_DEFAULT_SERVER), or
+    // returns null when none runs (quietly, once quietLibraryMessages() was called). One
+    // thread at a time, as for the members below that say so.
+    static std::unique_ptr<JackConnection> open(const QString& clientName);
+    ~JackConnection();
+
+    JackConnection(const JackConnection&) = delete;
+    JackConnection& operator=(const JackConnection&) = delete;
+
+    // False once the server shut down or dropped this client. Any thread.
+    bool isAlive() const { return _state.alive.load(std::memory_order_acquire); }
+    // True when the server died and a client opened since: libjack has then freed the
+    // clients of the dead server, this one and any RtAudio stream's. Any thread.
+    bool clientsFreedByLibrary() const;
+    // Any thread, before opening a JACK client in any way.
+    static void noteClientOpening();
+
+    // The server's frames per second. One thread at a time.
+    int sampleRate() const;
+
+    // Every client with audio input ports, as a playback device whose output channels
+    // are those ports, in the order of the server's port list. One thread at a time.
+    std::vector<ProbedDevice> playbackDevices() const;
+
+    // Sends libjack's own messages to the debug log instead of stderr; a missing server
+    // is an ordinary state here, not something to print. Process-wide; call it before
+    // opening clients.
+    static void quietLibraryMessages();
+
+private:
+    explicit JackConnection(_jack_client* client);
+
+    // Written by libjack's notification thread when the server goes away.
+    struct ServerState {
+        std::atomic<bool> alive{true};
+        std::atomic<unsigned long long> openingsAtLoss{0};
+    };
+
+    _jack_client* _client = nullptr;
+    ServerState _state;
+};
+
+} // namespace media
