@@ -14,8 +14,9 @@ class AudioSource {
 public:
     virtual ~AudioSource() = default;
 
-    // Channels delivered by read(): 1 for a mono file, 2 for everything else (a file
-    // with more channels delivers its first two).
+    // Channels delivered by read(): 1 for a mono file, 2 for everything else (a
+    // surround file is folded down to stereo; channels of unknown positions deliver
+    // their first two).
     virtual int channels() const = 0;
     // Frames per second delivered by read().
     virtual int sampleRate() const = 0;

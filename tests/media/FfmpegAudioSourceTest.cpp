@@ -133,6 +133,56 @@ TEST(FfmpegAudioSource, StereoKeepsItsSidesApart) {
     }
 }
 
+namespace {
+
+// The first frame of `path` decoded at its own rate (so no resampling filter blurs the
+// levels), or {-1, -1} when it does not open.
+std::pair<float, float> decodedLevels(const QString& path) {
+    auto source = openOrFail(path, kRate);
+    if (!source) {
+        return {-1.0f, -1.0f};
+    }
+    EXPECT_EQ(source->channels(), 2);
+    std::vector<float> frames(2 * 100);
+    EXPECT_EQ(source->read(frames.data(), 100), 100);
+    return {frames[2 * 50], frames[2 * 50 + 1]};
+}
+
+} // namespace
+
+TEST(FfmpegAudioSource, SurroundIsFoldedDownToStereoWithoutClipping) {
+    AudioFixtures fixtures;
+    constexpr quint32 k51 = 0x3F; // FL FR FC LFE BL BR
+    const auto [leftOnlyL, leftOnlyR] =
+        decodedLevels(fixtures.multichannelWav("left.wav", {0.5, 0, 0, 0, 0, 0}, k51));
+    EXPECT_GT(leftOnlyL, 0.1f);
+    EXPECT_FLOAT_EQ(leftOnlyR, 0.0f);
+
+    const auto [centreL, centreR] =
+        decodedLevels(fixtures.multichannelWav("centre.wav", {0, 0, 0.5, 0, 0, 0}, k51));
+    EXPECT_GT(centreL, 0.1f) << "the centre channel (dialogue) is not lost";
+    EXPECT_FLOAT_EQ(centreL, centreR);
+
+    const auto [rearL, rearR] =
+        decodedLevels(fixtures.multichannelWav("rear.wav", {0, 0, 0, 0, 0, 0.5}, k51));
+    EXPECT_FLOAT_EQ(rearL, 0.0f);
+    EXPECT_GT(rearR, 0.1f);
+
+    const auto [fullL, fullR] =
+        decodedLevels(fixtures.multichannelWav("full.wav", {1, 1, 1, 1, 1, 1}, k51));
+    EXPECT_LE(fullL, 1.0f);
+    EXPECT_LE(fullR, 1.0f);
+    EXPECT_GT(fullL, 0.9f) << "normalised, not needlessly quiet";
+}
+
+TEST(FfmpegAudioSource, UnnamedChannelsDeliverTheFirstTwo) {
+    AudioFixtures fixtures;
+    const auto [left, right] =
+        decodedLevels(fixtures.multichannelWav("four.wav", {0.125, 0.25, 0.5, 0.75}, 0));
+    EXPECT_NEAR(left, 0.125, 1.0 / 32768);
+    EXPECT_NEAR(right, 0.25, 1.0 / 32768);
+}
+
 // ---- seeking ----
 
 namespace {

@@ -213,6 +213,49 @@ QString AudioFixtures::writeBytes(const QString& fileName, const QByteArray& byt
     return path;
 }
 
+QString AudioFixtures::multichannelWav(const QString& fileName, const std::vector<double>& levels,
+                                       quint32 channelMask, int frames) {
+    // Written by hand: the file writer makes only mono and stereo files.
+    const int channels = static_cast<int>(levels.size());
+    const quint32 dataBytes = quint32(frames) * quint32(channels) * 2;
+    QByteArray bytes;
+    auto put16 = [&bytes](quint32 value) {
+        bytes += char(value & 0xFF);
+        bytes += char((value >> 8) & 0xFF);
+    };
+    auto put32 = [&put16](quint32 value) {
+        put16(value & 0xFFFF);
+        put16(value >> 16);
+    };
+    const bool extensible = channelMask != 0;
+    const quint32 formatBytes = extensible ? 40 : 16;
+    bytes += "RIFF";
+    put32(4 + 8 + formatBytes + 8 + dataBytes);
+    bytes += "WAVEfmt ";
+    put32(formatBytes);
+    put16(extensible ? 0xFFFE : 1);
+    put16(quint32(channels));
+    put32(kRate);
+    put32(quint32(kRate) * quint32(channels) * 2);
+    put16(quint32(channels) * 2);
+    put16(16);
+    if (extensible) {
+        put16(22);
+        put16(16);
+        put32(channelMask);
+        // KSDATAFORMAT_SUBTYPE_PCM
+        bytes += QByteArray::fromHex("0100000000001000800000aa00389b71");
+    }
+    bytes += "data";
+    put32(dataBytes);
+    for (int frame = 0; frame < frames; ++frame) {
+        for (double level : levels) {
+            put16(quint32(qint16(qRound(level * 32767.0))) & 0xFFFF);
+        }
+    }
+    return writeBytes(fileName, bytes);
+}
+
 QString AudioFixtures::emptyFile(const QString& fileName) {
     return writeBytes(fileName, QByteArray());
 }

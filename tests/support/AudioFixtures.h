@@ -13,6 +13,7 @@
 
 #include <QString>
 #include <QTemporaryDir>
+#include <vector>
 
 namespace media {
 class ToneGenerator;
@@ -45,6 +46,12 @@ public:
     QString monoFile(const QString& extension, long long frames = kRate);
     // Four seconds, kLeftFrequency on the left and kRightFrequency on the right.
     QString stereoFourSeconds(const QString& extension = QStringLiteral("wav"));
+
+    // A 16-bit WAV with one constant level per channel (as many channels as levels);
+    // with a non-zero `channelMask` it is a WAVE_FORMAT_EXTENSIBLE file naming the
+    // speaker positions (0x3F = 5.1), without one the positions are unknown.
+    QString multichannelWav(const QString& fileName, const std::vector<double>& levels,
+                            quint32 channelMask, int frames = kRate / 10);
 
     QString emptyFile(const QString& fileName = QStringLiteral("empty.mp3"));
     // Reproducible noise bytes (the same for the same size).
