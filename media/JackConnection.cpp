@@ -10,20 +10,6 @@
 
 namespace media {
 
-namespace {
-// JACK clients opened in this process so far, by us or through RtAudio.
-std::atomic<unsigned long long> clientOpenings{0};
-} // namespace
-
-void JackConnection::noteClientOpening() {
-    clientOpenings.fetch_add(1, std::memory_order_acq_rel);
-}
-
-bool JackConnection::clientsFreedByLibrary() const {
-    return !isAlive() && clientOpenings.load(std::memory_order_acquire) !=
-                             _state.openingsAtLoss.load(std::memory_order_acquire);
-}
-
 #ifdef ZELVORA_HAVE_JACK
 
 namespace {
@@ -42,7 +28,6 @@ void JackConnection::quietLibraryMessages() {
 std::unique_ptr<JackConnection> JackConnection::open(const QString& clientName) {
     jack_status_t status{};
     const QByteArray name = clientName.toUtf8();
-    noteClientOpening();
     jack_client_t* client = jack_client_open(name.constData(), JackNoStartServer, &status);
     if (!client) {
         qCDebug(lcDevice) << "no JACK server to connect to, status" << Qt::hex << int(status);
@@ -52,13 +37,10 @@ std::unique_ptr<JackConnection> JackConnection::open(const QString& clientName) 
     // Runs on libjack's notification thread; whoever reads isAlive() reports the loss.
     jack_on_info_shutdown(
         client,
-        [](jack_status_t, const char*, void* state) {
-            auto* server = static_cast<ServerState*>(state);
-            server->openingsAtLoss.store(clientOpenings.load(std::memory_order_acquire),
-                                         std::memory_order_release);
-            server->alive.store(false, std::memory_order_release);
+        [](jack_status_t, const char*, void* alive) {
+            static_cast<std::atomic<bool>*>(alive)->store(false, std::memory_order_release);
         },
-        &connection->_state);
+        &connection->_alive);
     return connection;
 }
 
@@ -66,11 +48,9 @@ JackConnection::JackConnection(_jack_client* client)
     : _client(client) {}
 
 JackConnection::~JackConnection() {
-    if (clientsFreedByLibrary()) {
-        return; // nothing left to close
+    if (isAlive()) {
+        jack_client_close(_client);
     }
-    // Closing after the server died is quick: libjack only drops its side of the link.
-    jack_client_close(_client);
 }
 
 int JackConnection::sampleRate() const {

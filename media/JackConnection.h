@@ -5,10 +5,10 @@
 // when the server goes away. It never starts a server. Owns its jack_client_t; move-free
 // and copy-free, so one object is the one owner of the handle.
 //
-// libjack frees every client of a dead server as soon as any client opens again in the
-// process. Whoever opens a JACK client, directly or through RtAudio, calls
-// noteClientOpening() first, so that a connection (and a stream) can tell whether its
-// client is still there to close.
+// libjack frees every client of a dead server by itself as soon as any client opens
+// again in the process (ours, a test's, a MIDI library's), so closing such a client later
+// would close freed memory. Once the server is gone, the handle belongs to libjack: the
+// destructor leaves it alone.
 
 #include "media/RtAudioDeviceList.h"
 
@@ -33,12 +33,7 @@ public:
     JackConnection& operator=(const JackConnection&) = delete;
 
     // False once the server shut down or dropped this client. Any thread.
-    bool isAlive() const { return _state.alive.load(std::memory_order_acquire); }
-    // True when the server died and a client opened since: libjack has then freed the
-    // clients of the dead server, this one and any RtAudio stream's. Any thread.
-    bool clientsFreedByLibrary() const;
-    // Any thread, before opening a JACK client in any way.
-    static void noteClientOpening();
+    bool isAlive() const { return _alive.load(std::memory_order_acquire); }
 
     // The server's frames per second. One thread at a time.
     int sampleRate() const;
@@ -55,14 +50,8 @@ public:
 private:
     explicit JackConnection(_jack_client* client);
 
-    // Written by libjack's notification thread when the server goes away.
-    struct ServerState {
-        std::atomic<bool> alive{true};
-        std::atomic<unsigned long long> openingsAtLoss{0};
-    };
-
     _jack_client* _client = nullptr;
-    ServerState _state;
+    std::atomic<bool> _alive{true}; // cleared by libjack's notification thread
 };
 
 } // namespace media

@@ -39,8 +39,8 @@ bool isFatal(RtAudioError::Type type) {
     return type != RtAudioError::WARNING && type != RtAudioError::DEBUG_WARNING;
 }
 
-// Collects what RtAudio reports through the error callback during one call the main
-// thread makes (once a stream is open, RtAudio reports there instead of throwing).
+// Collects what RtAudio reports through the error callback while this thread is in one of
+// our calls to it (once a stream is open, RtAudio reports there instead of throwing).
 class ErrorCapture;
 thread_local ErrorCapture* tCapture = nullptr;
 
@@ -134,9 +134,6 @@ bool RtAudioDeviceStream::openOnDevice(QString* error) {
 
     ErrorCapture capture;
     bool opened = false;
-    if (_jackServer) {
-        JackConnection::noteClientOpening();
-    }
     try {
         _rtAudio->showWarnings(false);
         _rtAudio->openStream(&parameters, nullptr, RTAUDIO_FLOAT32,
@@ -219,13 +216,13 @@ void RtAudioDeviceStream::close() {
     if (!_rtAudio) {
         return;
     }
-    if (_jackServer && _jackServer->clientsFreedByLibrary()) {
-        // libjack already freed the stream's client along with the dead server's others;
-        // RtAudio would close it again. Let the RtAudio object go without closing.
-        (void)_rtAudio.release();
-        return;
-    }
-    if (_started && _jackServer && !_jackServer->isAlive()) {
+    if (_jackServer && !_jackServer->isAlive()) {
+        if (!_started) {
+            // The client belongs to libjack now (it frees the clients of a dead server
+            // when the next one opens); closing it could close freed memory.
+            (void)_rtAudio.release();
+            return;
+        }
         // RtAudio closes a running JACK stream by itself, on a thread of its own, when the
         // server shuts the client down; closing it here as well would free it twice.
         if (!waitForRtAudioToClose()) {

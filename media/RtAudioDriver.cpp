@@ -96,9 +96,9 @@ std::shared_ptr<JackConnection> RtAudioDriver::jackServer() {
             return _jackServer;
         }
         // When a client opens after its server died, libjack frees every client left from
-        // that server, so a stream still holding one would later close freed memory. Open
-        // nothing until every stream of the old server is gone (the engine replaces failed
-        // streams), and close the old connection first.
+        // that server, while RtAudio may still be closing a stream's client on a thread
+        // of its own. Open nothing until every stream of the old server is gone (the
+        // engine replaces failed streams).
         if (_jackServer.use_count() > 1) {
             return nullptr;
         }
@@ -182,19 +182,11 @@ std::unique_ptr<DeviceStream> RtAudioDriver::openStream(const AudioDeviceInfo& d
     request.deviceName = device.name;
     bool found = false;
     try {
-        // RtAudio's JACK listing opens a client for every call.
-        const auto aboutToOpenClient = [api] {
-            if (api == AudioApi::Jack) {
-                JackConnection::noteClientOpening();
-            }
-        };
         rtAudio = std::make_unique<RtAudio>(rtApiOf(api));
         rtAudio->showWarnings(false);
-        aboutToOpenClient();
         const unsigned int count = rtAudio->getDeviceCount();
         std::vector<QString> names;
         for (unsigned int i = 0; i < count && !found; ++i) {
-            aboutToOpenClient();
             const RtAudio::DeviceInfo info = rtAudio->getDeviceInfo(i);
             names.push_back(QString::fromStdString(info.name));
             if (RtAudioDeviceList::identifiers(api, names).back() == device.uid) {

@@ -1,11 +1,14 @@
 // The RtAudio driver against a real JACK server (dummy driver, 8 playback channels): the
-// device it lists, what a stream plays where, and how a stream notices that the server
-// died, hung or changed under it. A capture client records what reaches the server's
-// playback ports.
+// device it lists, what a stream plays where, how a stream notices that the server died,
+// hung or changed under it, and the engine playing a Movie through it. A capture client
+// records what reaches the server's playback ports.
 
+#include "media/AudioEngine.h"
 #include "media/DeviceStream.h"
+#include "media/Movie.h"
 #include "media/RenderCallback.h"
 #include "media/RtAudioDriver.h"
+#include "tests/support/AudioFixtures.h"
 #include "tests/support/JackCapture.h"
 #include "tests/support/JackServer.h"
 
@@ -360,4 +363,69 @@ TEST_F(RtAudioDriverOnOwnJack, RestartedServerBringsTheDeviceBack) {
     ASSERT_TRUE(capture->waitForFrames(16 * JackServer::kPeriodFrames, kDeadlineMs));
     EXPECT_NEAR(capture->rms(0), 0.5 / std::sqrt(2.0), 0.01);
     EXPECT_EQ(capture->peak(1), 0.0);
+}
+
+// The whole path: the engine on the RtAudio driver plays a Movie of a file to the third
+// and fourth channels of "Built-in Output", keeps time when the server dies, and plays
+// there again once a server is back.
+TEST_F(RtAudioDriverOnOwnJack, EnginePlaysAMovieOnTheChosenChannelsAcrossAServerRestart) {
+    AudioFixtures fixtures;
+    const QString path = fixtures.stereoFourSeconds();
+    ASSERT_FALSE(path.isEmpty());
+
+    media::AudioEngine::Options options;
+    options.driver = std::make_unique<RtAudioDriver>();
+    options.deviceWatchIntervalMs = 0; // the test lists devices itself
+    media::AudioEngine engine(std::move(options));
+    ASSERT_EQ(engine.driverName(), "rtaudio");
+    ASSERT_EQ(engine.sampleRate(), JackServer::kSampleRate);
+    const QString builtIn = media::AudioEngine::builtInOutputName();
+
+    media::Movie movie;
+    QString error;
+    ASSERT_TRUE(movie.open(path, &error)) << error.toStdString();
+    movie.setLooping(true);
+    ASSERT_TRUE(movie.setOutputDevice(builtIn));
+    ASSERT_TRUE(
+        movie.setChannelTags(media::Movie::kChannelTagBase + 2, media::Movie::kChannelTagBase + 3));
+    ASSERT_TRUE(waitUntil([&] { return movie.isPrerollReady(); }));
+    movie.start();
+    ASSERT_TRUE(waitUntil([&] { return movie.firstFrameRenderedNs() != 0; }));
+
+    const auto expectToneOnThirdAndFourthOnly = [&](const char* when) {
+        std::unique_ptr<JackCapture> capture = captureOfPlayback(1, 4);
+        ASSERT_NE(capture, nullptr);
+        // New connections take effect within a cycle or two: record once sound arrives.
+        capture->restart();
+        ASSERT_TRUE(waitUntil([&] { return capture->peak(2) > 0.0; })) << when;
+        capture->restart();
+        ASSERT_TRUE(capture->waitForFrames(48 * JackServer::kPeriodFrames, kDeadlineMs));
+        EXPECT_EQ(capture->peak(0), 0.0) << when;
+        EXPECT_EQ(capture->peak(1), 0.0) << when;
+        EXPECT_NEAR(capture->rms(2), AudioFixtures::kToneAmplitude / std::sqrt(2.0), 0.03) << when;
+        EXPECT_NEAR(capture->rms(3), AudioFixtures::kToneAmplitude / std::sqrt(2.0), 0.03) << when;
+        // The file's left side on the left tag, its right side on the right tag.
+        EXPECT_NEAR(capture->toneFrequency(2, JackServer::kSampleRate),
+                    AudioFixtures::kLeftFrequency, 10.0)
+            << when;
+        EXPECT_NEAR(capture->toneFrequency(3, JackServer::kSampleRate),
+                    AudioFixtures::kRightFrequency, 10.0)
+            << when;
+    };
+    expectToneOnThirdAndFourthOnly("on the first server");
+
+    _server->kill();
+    EXPECT_TRUE(waitUntil([&] {
+        engine.service();
+        return engine.isOnFallback(builtIn);
+    }));
+    EXPECT_EQ(movie.rate(), 1.0) << "the movie plays on through the loss";
+
+    ASSERT_TRUE(_server->start(&error)) << error.toStdString();
+    EXPECT_TRUE(waitUntil([&] {
+        engine.checkDevices();
+        return !engine.isOnFallback(builtIn);
+    }));
+    expectToneOnThirdAndFourthOnly("after the server came back");
+    movie.stop();
 }

@@ -152,3 +152,18 @@ double JackCapture::peak(int input) const {
     }
     return largest;
 }
+
+double JackCapture::toneFrequency(int input, int sampleRate) const {
+    const int frames = recordedFrames();
+    if (input < 0 || input >= static_cast<int>(_recordings.size()) || frames < 2) {
+        return 0.0;
+    }
+    const std::vector<float>& samples = _recordings[static_cast<size_t>(input)];
+    int crossings = 0;
+    for (size_t i = 1; i < static_cast<size_t>(frames); ++i) {
+        if ((samples[i - 1] < 0.0f) != (samples[i] < 0.0f)) {
+            ++crossings;
+        }
+    }
+    return crossings * static_cast<double>(sampleRate) / (2.0 * frames);
+}

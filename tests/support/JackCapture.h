@@ -42,6 +42,9 @@ public:
     double rms(int input) const;
     // Largest absolute sample of input `input` since the last restart.
     double peak(int input) const;
+    // The frequency of a steady tone on input `input`, from its zero crossings since the
+    // last restart; 0 for silence.
+    double toneFrequency(int input, int sampleRate) const;
 
 private:
     JackCapture(_jack_client* client, int capacityFrames);
