@@ -104,11 +104,16 @@ bool Movie::open(std::unique_ptr<AudioSource> source, QString* error, const QStr
     if (!voice) {
         return false;
     }
+    // A new movie starts from the defaults: unity, no loop, no meter, the default
+    // device's first two channels (as the voice itself does).
     _engine = engine;
     _voice = std::move(voice);
     _volume = 255;
-    _voice->targetGain.store(1.0f, std::memory_order_relaxed);
+    _looping = false;
+    _metering = false;
     _deviceName = AudioEngine::builtInOutputName();
+    _leftTag = kChannelTagBase;
+    _rightTag = kChannelTagBase + 1;
     cueAt(0);
     return true;
 }

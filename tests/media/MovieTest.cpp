@@ -104,6 +104,26 @@ TEST_F(MovieTest, OpeningOverAnOpenMovieClosesTheOldOneFirst) {
         << "the closed movie must not sound";
 }
 
+TEST_F(MovieTest, ANewlyOpenedMovieStartsFromTheDefaults) {
+    auto movie = openMovie(testaudio::indexed(kRate));
+    movie->setVolume(0);
+    movie->setLooping(true);
+    movie->setMeteringEnabled(true);
+    ASSERT_TRUE(movie->setOutputDevice(QStringLiteral("Test Device 4ch")));
+    ASSERT_TRUE(movie->setChannelTags(Movie::kChannelTagBase + 2, Movie::kChannelTagBase + 3));
+
+    const Samples audio = testaudio::indexed(kRate * 2);
+    ASSERT_TRUE(movie->open(std::make_unique<media::GeneratedSource>(audio, 2, kRate)));
+    EXPECT_EQ(movie->volume(), 255);
+    EXPECT_FALSE(movie->isLooping());
+    EXPECT_FALSE(movie->isMeteringEnabled());
+    EXPECT_EQ(movie->outputDevice(), AudioEngine::builtInOutputName());
+    EXPECT_EQ(movie->leftChannelTag(), Movie::kChannelTagBase);
+    movie->start();
+    const std::vector<float> out = pull(1024);
+    EXPECT_EQ(out[512 * 2], (*audio)[512 * 2]) << "plays at unity on the default device";
+}
+
 TEST_F(MovieTest, AudioAtAnotherRateOrWithoutFramesIsRefused) {
     Movie movie;
     QString error;
