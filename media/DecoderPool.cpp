@@ -4,12 +4,16 @@
 
 #include <algorithm>
 #include <chrono>
+#include <sys/resource.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace media {
 
 namespace {
 // Workers also look around on their own this often, in case a wake-up was coalesced away.
 constexpr int kIdleScanMs = 100;
+constexpr int kWorkerNice = -10;
 } // namespace
 
 DecoderPool::DecoderPool(int threads)
@@ -81,6 +85,9 @@ bool DecoderPool::isIdleLocked() const {
 }
 
 void DecoderPool::run() {
+    // Decoding feeds the device callbacks: ahead of ordinary work on a busy machine
+    // (a lower nice value), yet never real-time. Without the privilege it stays as it is.
+    setpriority(PRIO_PROCESS, pid_t(syscall(SYS_gettid)), kWorkerNice);
     while (!_stopping.load(std::memory_order_acquire)) {
         std::shared_ptr<Voice> voice = claimNext();
         if (!voice) {
