@@ -211,20 +211,6 @@ TEST(FileLabel, TheFirstTagNamingAColourGivesTheLabel) {
     EXPECT_EQ(FileLabel::labelNumberForTags(""), 0);
 }
 
-TEST(FileLabel, TheTableHoldsTheCalibratedColours) {
-    const auto& colors = FileLabel::labelColors();
-    const double expected[8][3] = {{0, 0, 0},   {0.4, 0.4, 0.4}, {0, 0.7, 0}, {0.7, 0, 1},
-                                   {0, 0.4, 1}, {0.9, 0.7, 0},   {1, 0, 0},   {1, 0.4, 0}};
-    for (size_t label = 0; label < 8; ++label) {
-        SCOPED_TRACE(label);
-        EXPECT_NEAR(colors[label].redF(), expected[label][0], 1e-4);
-        EXPECT_NEAR(colors[label].greenF(), expected[label][1], 1e-4);
-        EXPECT_NEAR(colors[label].blueF(), expected[label][2], 1e-4);
-        EXPECT_EQ(colors[label].alphaF(), 1.0f);
-    }
-    EXPECT_FALSE(colors[8].isValid()) << "the ninth slot is empty";
-}
-
 TEST_F(SoundClipLoadingTest, TheLabelColourComesFromTheFilesTags) {
     const QString path = constantWav("labelled.wav", 1.0, 0.1f, 0.1f);
     const QByteArray tags = "Morning Show,red";
