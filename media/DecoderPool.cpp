@@ -2,6 +2,7 @@
 
 #include "media/Voice.h"
 
+#include <QScopeGuard>
 #include <algorithm>
 #include <chrono>
 #include <sys/resource.h>
@@ -55,6 +56,8 @@ bool DecoderPool::waitUntilIdle(int timeoutMs) {
     const auto deadline = std::chrono::steady_clock::now() + std::chrono::milliseconds(timeoutMs);
     wake();
     std::unique_lock lock(_mutex);
+    ++_idleWaiters;
+    const auto leave = qScopeGuard([this] { --_idleWaiters; });
     while (!isIdleLocked()) {
         // Work can be flagged without the mutex (by a callback), so look again now and then.
         if (_idle.wait_until(lock, std::min(deadline, std::chrono::steady_clock::now() +
@@ -96,11 +99,15 @@ void DecoderPool::run() {
         }
         voice->feeder.work();
         voice->feeder.release();
+        bool waiting = false;
         {
             std::lock_guard lock(_mutex);
             --_busy;
+            waiting = _idleWaiters > 0;
         }
-        _idle.notify_all();
+        if (waiting) {
+            _idle.notify_all();
+        }
     }
 }
 

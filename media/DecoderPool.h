@@ -52,6 +52,7 @@ private:
     std::vector<std::shared_ptr<Voice>> _voices;
     size_t _cursor = 0;
     int _busy = 0;
+    int _idleWaiters = 0; // threads in waitUntilIdle()
     WakeSemaphore _wake;
     std::atomic<bool> _stopping{false};
     std::vector<std::thread> _threads;

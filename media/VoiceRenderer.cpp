@@ -59,7 +59,9 @@ void VoiceRenderer::render(float* out, int deviceChannels, int frames, float* sc
     }
     _gain = target;
     _voice.position.store(_position, std::memory_order_relaxed);
-    if (_freedBlock) {
+    // Ask for decoding in batches (a few free blocks at a time), not once per block: a
+    // worker wake-up costs more than the decoding of one block.
+    if (_freedBlock && _voice.ring.filledBlocks() <= _voice.ring.blockCount() - kRefillBatch) {
         _freedBlock = false;
         _voice.requestFeed();
     }
