@@ -15,8 +15,10 @@
 // given; a search by identity in the folders where the file most likely went (its
 // original folder, or the nearest one of its ancestors that still exists, the base
 // folder, and the parents of both, each a few levels down), bounded by entry count and
-// time. A found file is remembered, and a failed search is not repeated for two seconds,
-// so an offline file costs a lookup at most that often.
+// time. A found file is remembered, and a failed search is not repeated for thirty
+// seconds: an offline clip is drawn and asked for its path often, and each of those must
+// cost a stat or two, not a walk (the absolute and relative paths are still tried every
+// time, so a file that comes back to its place is seen at once).
 //
 // A base path is a folder, or the path of a file (a document) whose folder is meant; a
 // path that is not an existing folder counts as a file's path.
@@ -45,7 +47,7 @@ public:
 
     static constexpr int kVersion = 1;
     // How long a failed identity search is trusted before the next resolve searches again.
-    static constexpr int kFailedSearchMemoryMs = 2000;
+    static constexpr int kFailedSearchMemoryMs = 30000;
 
     BDAlias();
     explicit BDAlias(const Record& record);
