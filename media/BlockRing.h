@@ -19,6 +19,7 @@ public:
     enum Flag : uint32_t {
         EndOfStream = 1, // no audio: the stream of this generation ends here
         Wrapped = 2,     // first block after a loop restarted the file at frame 0
+        Failed = 4,      // with EndOfStream: the decoder failed; the end holds even when looping
     };
 
     struct Block {

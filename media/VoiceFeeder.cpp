@@ -141,7 +141,7 @@ bool VoiceFeeder::writeEndMarker() {
     block->generation = _fillGeneration;
     block->fileFrame = _fillFrame;
     block->frames = 0;
-    block->flags = BlockRing::EndOfStream;
+    block->flags = BlockRing::EndOfStream | (_failed ? uint32_t(BlockRing::Failed) : 0u);
     _voice.ring.commitWrite();
     _endMarked = true;
     return false;

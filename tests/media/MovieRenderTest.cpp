@@ -7,6 +7,7 @@
 #include "media/VoiceRenderer.h"
 #include "tests/media/EngineTestSupport.h"
 
+#include <algorithm>
 #include <cmath>
 
 using media::Movie;
@@ -40,6 +41,40 @@ double largestStep(const std::vector<float>& buffer, int channels, int channel, 
     }
     return largest;
 }
+
+// Decodes normally up to `failAt`, then reports a decoder failure (a file that became
+// unreadable while playing).
+class FailingSource : public media::AudioSource {
+public:
+    FailingSource(Samples samples, long long failAt)
+        : _samples(std::move(samples))
+        , _failAt(failAt) {}
+    int channels() const override { return 2; }
+    int sampleRate() const override { return kRate; }
+    double durationSeconds() const override { return double(durationFrames()) / kRate; }
+    long long durationFrames() const override { return (long long)(_samples->size() / 2); }
+    bool seekToFrame(long long frame) override {
+        _position = frame;
+        return true;
+    }
+    int read(float* interleaved, int maxFrames) override {
+        if (_position >= _failAt) {
+            return -1;
+        }
+        const auto count = int(std::min<long long>(maxFrames, _failAt - _position));
+        std::copy_n(_samples->data() + _position * 2, count * 2, interleaved);
+        _position += count;
+        return count;
+    }
+    std::unique_ptr<media::AudioSource> clone() const override {
+        return std::make_unique<FailingSource>(_samples, _failAt);
+    }
+
+private:
+    Samples _samples;
+    long long _failAt;
+    long long _position = 0;
+};
 
 } // namespace
 
@@ -367,4 +402,17 @@ TEST_F(MovieRenderTest, SeveralVoicesOnOneDeviceAddUp) {
     const std::vector<float> out = pull(1024);
     EXPECT_FLOAT_EQ(sampleAt(out, 2, 512, 0), 0.25f + 0.5f * float(127.0 / 255.0));
     EXPECT_EQ(sampleAt(out, 2, 512, 1), 0.0f);
+}
+
+TEST_F(MovieRenderTest, ADecoderFailureEndsTheMovieEvenWhenItLoops) {
+    const Samples audio = testaudio::indexed(kRate * 3);
+    auto movie = std::make_unique<Movie>();
+    ASSERT_TRUE(movie->open(std::make_unique<FailingSource>(audio, kRate * 3 / 2)));
+    movie->setLooping(true);
+    movie->start();
+    const std::vector<float> out = pull(kRate * 5 / 2);
+    EXPECT_TRUE(movie->isDone()) << "a looping movie whose file fails must not hang silent";
+    EXPECT_DOUBLE_EQ(movie->position(), 1.5);
+    EXPECT_EQ(sampleAt(out, 2, kRate * 3 / 2 - 1, 0), (*audio)[size_t(kRate * 3 / 2 - 1) * 2]);
+    EXPECT_EQ(firstAudibleFrame({out.begin() + kRate * 3, out.end()}, 2), -1);
 }
