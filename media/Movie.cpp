@@ -100,7 +100,8 @@ bool Movie::open(std::unique_ptr<AudioSource> source, QString* error, const QStr
     _sampleRate = source->sampleRate();
     _channels = source->channels() == 1 ? 1 : 2;
     _durationFrames = source->durationFrames();
-    std::shared_ptr<Voice> voice = engine->createVoice(std::move(source), name, error);
+    std::shared_ptr<Voice> voice = engine->createVoice(
+        std::move(source), name.isEmpty() ? QStringLiteral("generated audio") : name, error);
     if (!voice) {
         return false;
     }
