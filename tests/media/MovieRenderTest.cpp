@@ -416,3 +416,24 @@ TEST_F(MovieRenderTest, ADecoderFailureEndsTheMovieEvenWhenItLoops) {
     EXPECT_EQ(sampleAt(out, 2, kRate * 3 / 2 - 1, 0), (*audio)[size_t(kRate * 3 / 2 - 1) * 2]);
     EXPECT_EQ(firstAudibleFrame({out.begin() + kRate * 3, out.end()}, 2), -1);
 }
+
+TEST_F(MovieRenderTest, ARewindBetweenPlaysKeepsThePreparedStartWithoutDecoding) {
+    const Samples audio = testaudio::indexed(kRate * 4);
+    auto gate = std::make_shared<GatedSource::Gate>();
+    gate->allow(kRate * 4);
+    auto movie = std::make_unique<Movie>();
+    ASSERT_TRUE(movie->open(std::make_unique<GatedSource>(audio, 2, gate)));
+    movie->setPosition(1.5);
+    ASSERT_TRUE(engine().waitUntilIdle());
+    gate->allow(0); // from here on the decoder cannot deliver a single frame
+
+    movie->setPosition(0.0); // the rewind after a stop
+    movie->setPosition(1.5); // and the in point again before the next start
+    EXPECT_TRUE(movie->isPrerollReady());
+    movie->start();
+    const std::vector<float> out = pullNow(kPeriod);
+    EXPECT_EQ(sampleAt(out, 2, 0, 0), float(testaudio::indexedLeft(kRate * 3 / 2)) / kDeclick);
+    EXPECT_EQ(sampleAt(out, 2, kDeclick, 0), (*audio)[size_t(kRate * 3 / 2 + kDeclick) * 2]);
+    EXPECT_EQ(movie->underrunCount(), 0);
+    gate->allow(kRate * 4);
+}
