@@ -3,12 +3,26 @@
 #include "foundation/Logging.h"
 
 #include <QHash>
+#include <atomic>
+#include <mutex>
 
 #ifdef ZELVORA_HAVE_JACK
 #include <jack/jack.h>
 #endif
 
 namespace media {
+
+struct JackConnection::Link {
+    _jack_client* client = nullptr;
+    std::atomic<bool> alive{true};
+};
+
+JackConnection::JackConnection(std::unique_ptr<Link> link)
+    : _link(std::move(link)) {}
+
+bool JackConnection::isAlive() const {
+    return _link->alive.load(std::memory_order_acquire);
+}
 
 #ifdef ZELVORA_HAVE_JACK
 
@@ -33,28 +47,32 @@ std::unique_ptr<JackConnection> JackConnection::open(const QString& clientName) 
         qCDebug(lcDevice) << "no JACK server to connect to, status" << Qt::hex << int(status);
         return nullptr;
     }
-    std::unique_ptr<JackConnection> connection(new JackConnection(client));
+    auto link = std::make_unique<Link>();
+    link->client = client;
     // Runs on libjack's notification thread; whoever reads isAlive() reports the loss.
     jack_on_info_shutdown(
         client,
         [](jack_status_t, const char*, void* alive) {
             static_cast<std::atomic<bool>*>(alive)->store(false, std::memory_order_release);
         },
-        &connection->_alive);
-    return connection;
+        &link->alive);
+    return std::unique_ptr<JackConnection>(new JackConnection(std::move(link)));
 }
-
-JackConnection::JackConnection(_jack_client* client)
-    : _client(client) {}
 
 JackConnection::~JackConnection() {
     if (isAlive()) {
-        jack_client_close(_client);
+        jack_client_close(_link->client);
+    } else {
+        // Kept reachable for the rest of the process: libjack may still write to it.
+        static std::mutex keptMutex;
+        static auto* kept = new std::vector<Link*>;
+        std::lock_guard lock(keptMutex);
+        kept->push_back(_link.release());
     }
 }
 
 int JackConnection::sampleRate() const {
-    return isAlive() ? static_cast<int>(jack_get_sample_rate(_client)) : 0;
+    return isAlive() ? static_cast<int>(jack_get_sample_rate(_link->client)) : 0;
 }
 
 std::vector<ProbedDevice> JackConnection::playbackDevices() const {
@@ -63,7 +81,8 @@ std::vector<ProbedDevice> JackConnection::playbackDevices() const {
         return devices;
     }
     // A client's input ports are where we can play to: system:playback_1.. for the card.
-    const char** ports = jack_get_ports(_client, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput);
+    const char** ports =
+        jack_get_ports(_link->client, nullptr, JACK_DEFAULT_AUDIO_TYPE, JackPortIsInput);
     if (!ports) {
         return devices;
     }
@@ -103,9 +122,6 @@ void JackConnection::quietLibraryMessages() {}
 std::unique_ptr<JackConnection> JackConnection::open(const QString&) {
     return nullptr;
 }
-
-JackConnection::JackConnection(_jack_client* client)
-    : _client(client) {}
 
 JackConnection::~JackConnection() = default;
 

@@ -7,13 +7,13 @@
 //
 // libjack frees every client of a dead server by itself as soon as any client opens
 // again in the process (ours, a test's, a MIDI library's), so closing such a client later
-// would close freed memory. Once the server is gone, the handle belongs to libjack: the
-// destructor leaves it alone.
+// would close freed memory, and libjack may still call its shutdown callback while doing
+// so. Once the server is gone, the handle belongs to libjack: the destructor leaves it
+// alone and keeps what the callback writes to for the rest of the process.
 
 #include "media/RtAudioDeviceList.h"
 
 #include <QString>
-#include <atomic>
 #include <memory>
 #include <vector>
 
@@ -33,7 +33,7 @@ public:
     JackConnection& operator=(const JackConnection&) = delete;
 
     // False once the server shut down or dropped this client. Any thread.
-    bool isAlive() const { return _alive.load(std::memory_order_acquire); }
+    bool isAlive() const;
 
     // The server's frames per second. One thread at a time.
     int sampleRate() const;
@@ -48,10 +48,12 @@ public:
     static void quietLibraryMessages();
 
 private:
-    explicit JackConnection(_jack_client* client);
+    // The client and the flag its shutdown callback clears (on libjack's thread).
+    struct Link;
 
-    _jack_client* _client = nullptr;
-    std::atomic<bool> _alive{true}; // cleared by libjack's notification thread
+    explicit JackConnection(std::unique_ptr<Link> link);
+
+    std::unique_ptr<Link> _link;
 };
 
 } // namespace media

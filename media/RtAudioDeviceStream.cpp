@@ -7,8 +7,10 @@
 #include <QStringList>
 #include <algorithm>
 #include <chrono>
+#include <mutex>
 #include <rtaudio/RtAudio.h>
 #include <thread>
+#include <vector>
 
 namespace media {
 
@@ -75,6 +77,16 @@ private:
     ErrorCapture* _outer;
     QStringList _errors;
 };
+
+// Keeps an RtAudio object that must never be closed or destroyed (its JACK client died
+// with the server and belongs to libjack now) for the rest of the process, reachable so
+// that leak checkers see it is kept on purpose.
+void keepForever(std::unique_ptr<RtAudio> rtAudio) {
+    static std::mutex mutex;
+    static auto* kept = new std::vector<RtAudio*>;
+    std::lock_guard lock(mutex);
+    kept->push_back(rtAudio.release());
+}
 
 void setError(QString* error, const QString& text) {
     if (error) {
@@ -220,7 +232,7 @@ void RtAudioDeviceStream::close() {
         if (!_started) {
             // The client belongs to libjack now (it frees the clients of a dead server
             // when the next one opens); closing it could close freed memory.
-            (void)_rtAudio.release();
+            keepForever(std::move(_rtAudio));
             return;
         }
         // RtAudio closes a running JACK stream by itself, on a thread of its own, when the
@@ -230,7 +242,7 @@ void RtAudioDeviceStream::close() {
                 << QStringLiteral("\"%1\" did not finish closing after the JACK server went "
                                   "away; leaving it behind.")
                        .arg(_deviceName);
-            (void)_rtAudio.release();
+            keepForever(std::move(_rtAudio));
             return;
         }
     } else {

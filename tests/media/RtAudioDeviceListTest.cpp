@@ -39,6 +39,10 @@ const AudioDeviceInfo* find(const std::vector<AudioDeviceInfo>& devices, const Q
     return nullptr;
 }
 
+bool lists(const RtAudioDeviceList& list, const QString& uid) {
+    return find(list.devices(), uid) != nullptr;
+}
+
 QStringList uidsOf(const std::vector<AudioDeviceInfo>& devices) {
     QStringList uids;
     for (const AudioDeviceInfo& info : devices) {
@@ -175,24 +179,25 @@ TEST(RtAudioDeviceListing, KeepsADeviceThatIsBusyAtTheNextProbe) {
 
     // Our own stream holds the USB card: the API still names it but cannot look inside.
     list.update(AudioApi::Alsa, {device("hw:HDA Intel PCH,0", 2), busy("hw:USB,0")});
-    const AudioDeviceInfo* usb = find(list.devices(), "alsa:USB,0");
+    const std::vector<AudioDeviceInfo> whileBusy = list.devices();
+    const AudioDeviceInfo* usb = find(whileBusy, "alsa:USB,0");
     ASSERT_NE(usb, nullptr);
     EXPECT_EQ(usb->outputChannels, 6);
 
     // Busy without a name: the device at the same position, while the count is the same.
     list.update(AudioApi::Alsa, {device("hw:HDA Intel PCH,0", 2), busy()});
-    ASSERT_NE(find(list.devices(), "alsa:USB,0"), nullptr);
+    ASSERT_TRUE(lists(list, "alsa:USB,0"));
     list.update(AudioApi::Alsa, {device("hw:HDA Intel PCH,0", 2), busy()});
-    ASSERT_NE(find(list.devices(), "alsa:USB,0"), nullptr) << "kept over several probes";
+    ASSERT_TRUE(lists(list, "alsa:USB,0")) << "kept over several probes";
 
     // Busy and reporting no outputs counts as busy as well.
     ProbedDevice noOutputs = device("hw:USB,0", 0);
     list.update(AudioApi::Alsa, {device("hw:HDA Intel PCH,0", 2), noOutputs});
-    ASSERT_NE(find(list.devices(), "alsa:USB,0"), nullptr);
+    ASSERT_TRUE(lists(list, "alsa:USB,0"));
 
     // Once the count changes, an unnamed busy device cannot be told apart any more.
     list.update(AudioApi::Alsa, {device("hw:Other,0", 2), device("hw:HDA Intel PCH,0", 2), busy()});
-    EXPECT_EQ(find(list.devices(), "alsa:USB,0"), nullptr);
+    EXPECT_FALSE(lists(list, "alsa:USB,0"));
 }
 
 TEST(RtAudioDeviceListing, DropsDevicesThatLeaveAndNeverInventsBusyOnes) {

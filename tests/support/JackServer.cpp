@@ -43,14 +43,16 @@ JackServer::JackServer()
 
 JackServer::~JackServer() {
     resume();
-    if (_registrationLeft) {
-        // jackd keeps a small table of server names in shared memory and frees the entry
-        // of a killed server only when a server of the same name starts again; after a
-        // few killed servers of unique names, no server could start any more.
-        QString ignored;
-        start(&ignored);
-    }
     stop();
+    // jackd keeps a small table of server names in shared memory and frees the entry of a
+    // killed server only when a server of the same name starts again; after a few killed
+    // servers of unique names, no server could start any more.
+    for (int attempt = 0; attempt < 3 && _registrationLeft; ++attempt) {
+        QString ignored;
+        if (start(&ignored)) {
+            stop();
+        }
+    }
     removeLeftovers();
     if (_hadDefaultServer) {
         qputenv("JACK_DEFAULT_SERVER", _savedDefaultServer);
