@@ -27,8 +27,9 @@ class Voice;
 
 class VoiceFeeder {
 public:
-    // First preroll chunk (decoded before anything else) and later chunks, in frames.
-    static constexpr int kFirstPrerollChunk = 2048;
+    // First preroll chunk (decoded before anything else, small so that a start right
+    // after a position change waits as little as possible) and later chunks, in frames.
+    static constexpr int kFirstPrerollChunk = 1024;
     static constexpr int kPrerollChunk = 8192;
 
     VoiceFeeder(Voice& voice, std::unique_ptr<AudioSource> source);

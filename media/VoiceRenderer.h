@@ -27,7 +27,7 @@ class VoiceRenderer {
 public:
     static constexpr int kDeclickFrames = 128;
     // Free ring blocks that make the callback wake the decoder workers.
-    static constexpr int kRefillBatch = 4;
+    static constexpr int kRefillBatch = 8;
     static constexpr int kMaxChannels = 2;
 
     explicit VoiceRenderer(Voice& voice);
