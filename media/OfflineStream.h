@@ -35,7 +35,7 @@ public:
     void pull(float* interleaved, int frames);
     std::vector<float> pull(int frames);
 
-    // Any thread: the device disappears; no render call is made after this returns.
+    // Any thread: the device disappears; pulls that begin after this render nothing.
     void fail();
 
 private:
