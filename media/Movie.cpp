@@ -197,6 +197,7 @@ void Movie::setPosition(double seconds) {
 void Movie::cueAt(long long frame) {
     if (!_playing) {
         useStartPosition(frame);
+        _voice->feeder.setLoopFrame(_startFrame);
     }
     const uint64_t generation = ++_generation;
     _requestedFrame = _startFrame;
@@ -276,7 +277,7 @@ void Movie::start() {
         return;
     }
     if (_looping && isDone()) {
-        cueAt(0);
+        cueAt(_startFrame);
     }
     _playing = true;
     _voice->feeder.setStreaming(true);

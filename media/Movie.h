@@ -72,7 +72,8 @@ public:
     int volume() const { return _volume; }
     void setVolume(int volume);
 
-    // The movie restarts at its first frame, gaplessly, when it ends.
+    // At its end the movie goes on, gaplessly, from its start position (the position set
+    // while it was not playing; the file's first frame when none was).
     bool isLooping() const { return _looping; }
     void setLooping(bool looping);
 

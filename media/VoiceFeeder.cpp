@@ -35,6 +35,11 @@ void VoiceFeeder::setStreaming(bool streaming) {
     _streaming = streaming;
 }
 
+void VoiceFeeder::setLoopFrame(long long frame) {
+    std::lock_guard lock(_requestMutex);
+    _loopFrame = frame;
+}
+
 bool VoiceFeeder::markWork() {
     return !_needsWork.exchange(true, std::memory_order_acq_rel);
 }
@@ -46,12 +51,14 @@ void VoiceFeeder::work() {
     std::shared_ptr<Preroll> preroll;
     uint64_t generation = 0;
     long long startFrame = 0;
+    long long loopFrame = 0;
     bool streaming = false;
     {
         std::lock_guard lock(_requestMutex);
         preroll = _preroll;
         generation = _requestGeneration;
         startFrame = _requestFrame;
+        loopFrame = _loopFrame;
         streaming = _streaming;
     }
     bool more = false;
@@ -59,7 +66,7 @@ void VoiceFeeder::work() {
         // Once the preroll is done, a playing voice's ring is next.
         more = fillPrerollChunk(*preroll) || streaming;
     } else if (streaming) {
-        more = fillRingBlock(generation, startFrame);
+        more = fillRingBlock(generation, startFrame, loopFrame);
     }
     _urgent.store(false, std::memory_order_release);
     if (more) {
@@ -89,7 +96,7 @@ bool VoiceFeeder::fillPrerollChunk(Preroll& preroll) {
     return !preroll.isComplete();
 }
 
-bool VoiceFeeder::fillRingBlock(uint64_t generation, long long startFrame) {
+bool VoiceFeeder::fillRingBlock(uint64_t generation, long long startFrame, long long loopFrame) {
     if (generation != _fillGeneration) {
         _fillGeneration = generation;
         _fillFrame = startFrame;
@@ -100,8 +107,9 @@ bool VoiceFeeder::fillRingBlock(uint64_t generation, long long startFrame) {
     }
     if (_atEnd) {
         if (_voice.looping.load(std::memory_order_acquire) && !_failed) {
-            // The movie loops: the stream goes on gaplessly from the file's first frame.
-            _fillFrame = 0;
+            // The movie loops: the stream goes on gaplessly from its start position (a
+            // clip's in point), so no frame before it is ever heard.
+            _fillFrame = std::clamp(loopFrame, 0LL, std::max(0LL, _durationFrames - 1));
             _atEnd = false;
             _endMarked = false;
             _wrapNext = true;

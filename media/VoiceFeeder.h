@@ -47,6 +47,8 @@ public:
     void setStream(uint64_t generation, long long startFrame);
     // The ring is filled only while the voice plays.
     void setStreaming(bool streaming);
+    // Where a looping stream goes on after the file's end: the movie's start position.
+    void setLoopFrame(long long frame);
 
     // --- Any thread (the device callback included) ---
     // Flags the voice for a worker pass; true when it was not flagged before (the
@@ -63,7 +65,7 @@ public:
 
 private:
     bool fillPrerollChunk(Preroll& preroll);
-    bool fillRingBlock(uint64_t generation, long long startFrame);
+    bool fillRingBlock(uint64_t generation, long long startFrame, long long loopFrame);
     bool writeEndMarker();
     bool seekSource(long long frame);
     int readFrames(float* destination, int frames);
@@ -80,6 +82,7 @@ private:
     std::shared_ptr<Preroll> _preroll;
     uint64_t _requestGeneration = 0;
     long long _requestFrame = 0;
+    long long _loopFrame = 0;
     bool _streaming = false;
 
     // Worker state (only the claiming worker touches it).

@@ -232,7 +232,7 @@ int VoiceRenderer::available(const float** data, int maxFrames) {
             const bool looping = _voice.looping.load(std::memory_order_acquire);
             if (block->flags & BlockRing::EndOfStream) {
                 if (looping && !(block->flags & BlockRing::Failed)) {
-                    _voice.ring.pop(); // loop switched on late: the decoder goes on at 0
+                    _voice.ring.pop(); // loop switched on late: the decoder goes on at the start
                     _freedBlock = true;
                     continue;
                 }

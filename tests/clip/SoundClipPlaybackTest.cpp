@@ -222,8 +222,8 @@ TEST_F(SoundClipOutPointTest, ALoopJumpsBackToTheInPointOnTheFirstTickPastTheOut
 }
 
 TEST_F(SoundClipOutPointTest, ALoopWithoutAnOutPointStartsAgainAtTheInPointAtTheFileEnd) {
-    // 0.5: the file ends exactly on a tick; 0.52: the movie wraps to the file's start
-    // within a block and the next tick brings it back to the in point.
+    // 0.5: the file ends exactly on a tick; 0.52: the movie goes on from the in point
+    // within a tick, and the clip's own loop check must not send it anywhere else.
     for (const double inPoint : {0.5, 0.52}) {
         SCOPED_TRACE(inPoint);
         SoundClip& clip = makeClip(indexedWav(QStringLiteral("indexed%1.wav").arg(inPoint), 1.0),

@@ -227,6 +227,31 @@ TEST_F(MovieRenderTest, ALoopingMovieRestartsWithoutAGapAtTheSeam) {
     }
 }
 
+TEST_F(MovieRenderTest, ALoopingMovieGoesOnFromItsStartPositionNotTheFileStart) {
+    // A clip's in point is the movie's start position: at the file's end the loop goes on
+    // from there, so not one frame before it is heard. Once with the start inside the
+    // last second (the preroll reaches the end), once well before it.
+    for (const long long startFrame : {kRate * 3 / 2, kRate / 2}) {
+        const long long length = kRate * 2;
+        const Samples audio = testaudio::indexed(length);
+        auto movie = openMovie(audio);
+        movie->setPosition(double(startFrame) / kRate);
+        movie->setLooping(true);
+        movie->start();
+        const long long cycle = length - startFrame;
+        const long long total = cycle * 2 + 5000;
+        const std::vector<float> out = pull(int(total));
+        long long mismatches = 0;
+        for (long long frame = kDeclick; frame < total; ++frame) {
+            const long long source = startFrame + frame % cycle;
+            mismatches += sampleAt(out, 2, frame, 0) != float(testaudio::indexedLeft(source));
+        }
+        EXPECT_EQ(mismatches, 0) << "start " << startFrame;
+        EXPECT_FALSE(movie->isDone());
+        movie->close();
+    }
+}
+
 TEST_F(MovieRenderTest, PauseKeepsThePositionAndResumesFromIt) {
     const Samples audio = testaudio::indexed(kRate * 4);
     auto movie = openMovie(audio);
