@@ -2,11 +2,13 @@
 
 // The GPI manager as the document windows reach it: finds a connected interface box by
 // its serial number and sets the level of one of its output (tally) lines. Installed by
-// the application in StudioServices.
+// the application in StudioServices. The preferences window lists the connected boxes
+// through it.
 //
 // Thread contract: main thread only.
 
 #include <QString>
+#include <QStringList>
 
 class GpiTallyLines {
 public:
@@ -19,4 +21,8 @@ public:
     // active low: state false lights the tally, true turns it off. An unknown interface
     // or line is ignored.
     virtual void setState(int interfaceIndex, bool state, int output) = 0;
+    // The serial numbers of the connected interfaces, by interface index (the preferences
+    // window offers them as the tally box). A manager that finds boxes must answer them;
+    // the empty default serves stand-ins that have none.
+    virtual QStringList connectedSerialNumbers() const { return {}; }
 };
