@@ -1,0 +1,145 @@
+#pragma once
+
+// The playlist: up to 24 clips (slot 0..23, an empty slot holds none) shown as the rows
+// of a table, the playlist's own default clip settings, and four document settings:
+// ducking volume, document volume, "Fade Other Documents" and "Use ScrollWheel". It reads
+// and writes the playlist file, answers MIDI notes (learning a slot's trigger, or asking
+// the controller to start every slot whose trigger matches), and fades its current clip
+// out when another document fires with "Fade Other Documents" or Shift.
+//
+// The file is an XML property list whose root holds "Document Settings", "Default Clip
+// Settings", and for each occupied slot "Path %i" and "Settings %i" (i = 0..23 in
+// decimal); empty slots leave no key, so slot numbers survive gaps. Reading accepts any
+// well-formed property list with a dictionary at its root and treats missing or mistyped
+// entries as absent: missing settings keep their values, a slot without "Settings %i"
+// starts from the default clip settings, and a clip whose file does not load is dropped
+// (its slot stays empty). Anything else is refused and changes nothing.
+//
+// Thread contract: main thread only (document I/O, and MIDI, which arrives on the MIDI
+// controller's main-thread tick).
+
+#include "clip/MIDIEventReceiver.h"
+#include "document/Document.h"
+#include "document/DocumentController.h"
+
+#include <QVariantMap>
+#include <array>
+#include <memory>
+
+class PlaylistDocumentController;
+class QDialog;
+class SoundClip;
+
+class PlaylistDocument : public Document, public MIDIEventReceiver {
+    Q_OBJECT
+public:
+    static constexpr int kClipsCount = 24;
+    static const QString kTypeName;  // "PlaylistDocument"
+    static const QString kMimeType;  // "application/x-zelvora-playlist"
+    static const QString kExtension; // "zplaylist"
+
+    // The playlist as the document controller registers it: name, MIME type, extension,
+    // the label "Playlist" and a factory making empty playlists.
+    static DocumentController::DocumentType documentType();
+
+    // The clip settings a new playlist starts from (whole fade-out of 2.0 s, unity
+    // volume, ducking 0.6, no trigger). Not the user default: a playlist keeps its own.
+    static QVariantMap initialClipSettings();
+
+    // Empty slots, initialClipSettings(), ducking 0.4, volume 1.0, both options off;
+    // registered with the default MIDI controller.
+    explicit PlaylistDocument(QObject* parent = nullptr);
+    // close(), if it has not run yet.
+    ~PlaylistDocument() override;
+
+    QString typeName() const override { return kTypeName; }
+
+    // ---- Window and controller ----
+    PlaylistDocumentController* controller() const { return _controller.get(); }
+    // Takes `controller` as this document's and sets the window up from it.
+    void setController(std::unique_ptr<PlaylistDocumentController> controller);
+    QWidget* window() const override;
+    // Makes the playlist window (a PlaylistController) once.
+    void makeWindowControllers() override;
+    // The window is ready: marks the document clean and shows the rows.
+    void windowControllerDidLoadNib();
+
+    // ---- Clips ----
+    int clipsCount() const { return kClipsCount; }
+    // The clip of slot `index`; null for an empty slot or an index outside 0..23.
+    SoundClip* clipAtIndex(int index) const;
+    // Puts `clip` (may be null) into slot `index`, dropping the one there, and marks the
+    // document edited. An index outside 0..23 is ignored.
+    void setClip(std::unique_ptr<SoundClip> clip, int index);
+
+    // ---- Default clip settings ----
+    // A copy; changing it changes nothing here.
+    QVariantMap defaultClipSettings() const { return _defaultClipSettings; }
+    void setDefaultClipSettings(const QVariantMap& settings) { _defaultClipSettings = settings; }
+
+    // ---- Document settings (each setter stores as given and marks the document edited) --
+    double duckingVolume() const { return _duckingVolume; }
+    void setDuckingVolume(double volume);
+    double documentVolume() const { return _documentVolume; }
+    void setDocumentVolume(double volume);
+    bool fadeOtherDocuments() const { return _fadeOtherDocuments; }
+    void setFadeOtherDocuments(bool fade);
+    bool useScrollWheelForVolume() const { return _useScrollWheelForVolume; }
+    void setUseScrollWheelForVolume(bool use);
+
+    // Writes the "Document Settings" entries into *dict: the two volumes as reals, the
+    // two options as the integers 1 or 0.
+    void saveSettingsToDict(QVariantMap* dict) const;
+    // Applies each entry present through its setter; an option is on when its number,
+    // taken as a whole number, is above 0. Null reads as empty.
+    void loadSettingsFromDict(const QVariantMap* dict);
+
+    // ---- File ----
+    QByteArray dataRepresentation(QString* error) const override;
+    bool loadDataRepresentation(const QByteArray& data, QString* error) override;
+
+    // ---- Rules ----
+    // Any clip playing or paused.
+    bool hasPlayingClips() const override;
+    // Asks every other open document, of any type, to stop.
+    void stopOtherDocuments();
+    // Another document fired with "Fade Other Documents" or Shift: the current clip
+    // fades out.
+    void stopDocument(Document* sender) override;
+    // Stops the controller and every clip, leaves the MIDI controller.
+    void close() override;
+
+    // ---- MIDI ----
+    void receiveMIDIEvent(const MIDIEvent& event) override;
+    // Shows the learning panel over the playlist window and waits for the next note for
+    // slot `index`.
+    void assignMIDINoteToButton(int index);
+    // The learning panel's buttons.
+    void cancelAssignMIDINote();
+    void clearMIDINote();
+    // The slot waiting for a note; -1 when none.
+    int assigningButtonIndex() const { return _assigningButtonIndex; }
+    // The learning panel (null until first shown).
+    QDialog* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
+
+private:
+    void markEdited();
+    void endLearning();
+    std::unique_ptr<SoundClip> loadClip(const QVariantMap& root, int index) const;
+    void learnMIDINote(const MIDIEvent& event);
+    void fireMatchingSlots(const MIDIEvent& event);
+    QDialog* makeAssignMIDINotePanel();
+
+    std::array<std::unique_ptr<SoundClip>, kClipsCount> _clips;
+    QVariantMap _defaultClipSettings;
+    bool _fadeOtherDocuments = false;
+    bool _useScrollWheelForVolume = false;
+    double _duckingVolume = 0.4;
+    double _documentVolume = 1.0;
+    int _assigningButtonIndex = -1;
+    std::unique_ptr<PlaylistDocumentController> _controller;
+    // Declared after the controller: a panel shown over the window is the window's child
+    // and must go before it.
+    std::unique_ptr<QDialog> _assignMIDINotePanel;
+    bool _closed = false;
+};
