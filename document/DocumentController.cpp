@@ -337,11 +337,11 @@ bool DocumentController::revertDocument(Document* document) {
     return true;
 }
 
-bool DocumentController::closeDocument(Document* document) {
+bool DocumentController::closeDocument(Document* document, bool playbackStopConfirmed) {
     if (!document || !_documents.contains(document)) {
         return false;
     }
-    if (!document->windowShouldClose()) {
+    if (!playbackStopConfirmed && !document->windowShouldClose()) {
         return false;
     }
     if (document->isDocumentEdited()) {
@@ -375,10 +375,10 @@ bool DocumentController::closeDocument(Document* document) {
     return true;
 }
 
-bool DocumentController::closeAllDocuments() {
+bool DocumentController::closeAllDocuments(bool playbackStopConfirmed) {
     const QList<Document*> open = _documents;
     for (Document* document : open) {
-        if (!closeDocument(document)) {
+        if (!closeDocument(document, playbackStopConfirmed)) {
             return false;
         }
     }

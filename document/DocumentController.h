@@ -87,10 +87,11 @@ public:
     // document cannot be reverted; a file that no longer reads leaves it unchanged.
     bool revertDocument(Document* document);
     // Closes with the document's own rule first (clips playing), then "save changes?"
-    // when edited. Answers whether it closed.
-    bool closeDocument(Document* document);
+    // when edited. Answers whether it closed. `playbackStopConfirmed` skips the
+    // document's own rule: the user has already agreed to stop everything (quitting).
+    bool closeDocument(Document* document, bool playbackStopConfirmed = false);
     // Closes every document in turn; stops at the first that stays open.
-    bool closeAllDocuments();
+    bool closeAllDocuments(bool playbackStopConfirmed = false);
 
     // ---- Recent files ----
     QStringList recentDocuments() const;
