@@ -1,11 +1,14 @@
 #include "app/ZelvoraApplication.h"
 
+#include "app/DocumentSession.h"
+#include "app/midi/MIDIConnections.h"
+#include "app/midi/RtMidiSourceList.h"
 #include "clip/ClipSettings.h"
+#include "clip/MIDIController.h"
 #include "clip/OutputSettings.h"
 #include "foundation/Logging.h"
 #include "foundation/UserDefaults.h"
-
-#include <QMainWindow>
+#include "media/AudioEngine.h"
 
 namespace {
 
@@ -46,7 +49,9 @@ ZelvoraApplication::ZelvoraApplication(int& argc, char** argv)
 }
 
 ZelvoraApplication::~ZelvoraApplication() {
-    _mainWindow.reset();
+    // Documents stop their clips before the engine that plays them goes.
+    _session.reset();
+    _engine.reset();
     if (UserDefaults::standard() == _defaults.get()) {
         UserDefaults::setStandard(nullptr);
     }
@@ -72,11 +77,17 @@ void ZelvoraApplication::initialize(UserDefaults& defaults) {
 }
 
 int ZelvoraApplication::run() {
-    // A placeholder until the document, panel and pre-listen windows take over.
-    _mainWindow = std::make_unique<QMainWindow>();
-    _mainWindow->setWindowTitle(applicationTitle);
-    _mainWindow->resize(800, 600);
-    _mainWindow->show();
+    if (!media::AudioEngine::instance()) {
+        _engine = std::make_unique<media::AudioEngine>();
+    }
+    // The MIDI controller comes into being with the first document and connects the
+    // sources of the installed list then (tests install their own before the start).
+    if (!MIDIController::sourceList()) {
+        MIDIController::setSourceList(&platformMIDISources());
+    }
+    _session = std::make_unique<DocumentSession>();
+    // Everything after the program's name names a document to open.
+    _session->openInitialDocuments(arguments().mid(1));
     qCInfo(lcApp) << "started" << applicationVersion();
     return exec();
 }

@@ -1,14 +1,20 @@
 #pragma once
 
 // The application object: registers the factory value of every preference, installs the
-// user-defaults store and runs the event loop. Main thread only.
+// user-defaults store, creates the audio engine (which picks its back end; the null one
+// when no device opens), opens the cart walls named on the command line (or an untitled
+// one) and runs the event loop. Main thread only.
 
 #include <QApplication>
 #include <QVariantMap>
 #include <memory>
 
-class QMainWindow;
+class DocumentSession;
 class UserDefaults;
+
+namespace media {
+class AudioEngine;
+}
 
 class ZelvoraApplication : public QApplication {
     Q_OBJECT
@@ -21,10 +27,15 @@ public:
     // Registers factoryDefaults() in `defaults` (registered, never written to disk).
     static void initialize(UserDefaults& defaults);
 
-    // Opens the main window and runs the event loop; returns the exit code.
+    // Starts the audio engine, opens the first document windows and runs the event loop;
+    // returns the exit code.
     int run();
+
+    // The open documents and their commands; null before run().
+    DocumentSession* documentSession() const { return _session.get(); }
 
 private:
     std::unique_ptr<UserDefaults> _defaults;
-    std::unique_ptr<QMainWindow> _mainWindow;
+    std::unique_ptr<media::AudioEngine> _engine;
+    std::unique_ptr<DocumentSession> _session;
 };

@@ -1,32 +1,20 @@
 // The application object as the program starts it: identity, the installed defaults
-// store with every factory value, the first window, and a start with a config folder
-// that cannot be written. Each test builds its own application, so this executable has
-// its own main instead of the shared one.
+// store with every factory value, the first cart wall window, and a start with a config
+// folder that cannot be written. Each test builds its own application, so this
+// executable has its own main instead of the shared one.
 
 #include "app/ZelvoraApplication.h"
 #include "foundation/UserDefaults.h"
+#include "tests/app/AppTestSupport.h"
 #include "tests/support/QtPrinters.h"
 
 #include <QFile>
-#include <QMainWindow>
 #include <QTemporaryDir>
 #include <QTimer>
+#include <QWidget>
 #include <gtest/gtest.h>
 
 namespace {
-
-// Points XDG_CONFIG_HOME at `configHome` for the life of the object.
-class ConfigHome {
-public:
-    explicit ConfigHome(const QString& configHome)
-        : _saved(qgetenv("XDG_CONFIG_HOME")) {
-        qputenv("XDG_CONFIG_HOME", configHome.toUtf8());
-    }
-    ~ConfigHome() { qputenv("XDG_CONFIG_HOME", _saved); }
-
-private:
-    QByteArray _saved;
-};
 
 struct ShownWindow {
     bool found = false;
@@ -34,16 +22,12 @@ struct ShownWindow {
     QString title;
 };
 
-// Runs the application until its event loop has started, and reports the main window.
+// Runs the application until its event loop has started, and reports its window.
 ShownWindow runUntilShown(ZelvoraApplication& app, int* exitCode) {
     ShownWindow shown;
     QTimer::singleShot(0, &app, [&] {
-        for (QWidget* widget : QApplication::topLevelWidgets()) {
-            if (auto* window = qobject_cast<QMainWindow*>(widget)) {
-                shown.found = true;
-                shown.visible = window->isVisible();
-                shown.title = window->windowTitle();
-            }
+        if (QWidget* window = firstCartWallWindow()) {
+            shown = {true, window->isVisible(), window->windowTitle()};
         }
         QApplication::exit(7);
     });
@@ -51,16 +35,13 @@ ShownWindow runUntilShown(ZelvoraApplication& app, int* exitCode) {
     return shown;
 }
 
-int argc = 1;
-char programName[] = "zelvora-studio";
-char* argv[] = {programName, nullptr};
-
 } // namespace
 
 TEST(ZelvoraApplication, NamesItselfForTheDesktop) {
     QTemporaryDir home;
     ConfigHome config(home.path());
-    ZelvoraApplication app(argc, argv);
+    ProgramArguments arguments;
+    ZelvoraApplication app(arguments.argc(), arguments.argv());
     EXPECT_EQ(QApplication::applicationName(), "Zelvora Studio");
     EXPECT_EQ(QApplication::organizationName(), "zelvora-studio");
     EXPECT_EQ(QGuiApplication::desktopFileName(), "zelvora-studio");
@@ -71,7 +52,8 @@ TEST(ZelvoraApplication, InstallsTheStoreWithEveryFactoryValue) {
     QTemporaryDir home;
     ConfigHome config(home.path());
     {
-        ZelvoraApplication app(argc, argv);
+        ProgramArguments arguments;
+        ZelvoraApplication app(arguments.argc(), arguments.argv());
         UserDefaults* defaults = UserDefaults::standard();
         ASSERT_NE(defaults, nullptr);
         EXPECT_EQ(defaults->filePath().left(home.path().size()), home.path());
@@ -94,22 +76,24 @@ TEST(ZelvoraApplication, KeepsWhatTheUserStoredBeforeTheStart) {
         previousRun.setObject(false, "Should Open Untitled Preset");
         previousRun.setObject(QStringLiteral("ardour"), "Default Editor");
     }
-    ZelvoraApplication app(argc, argv);
+    ProgramArguments arguments;
+    ZelvoraApplication app(arguments.argc(), arguments.argv());
     ASSERT_NE(UserDefaults::standard(), nullptr);
     EXPECT_FALSE(UserDefaults::standard()->boolForKey("Should Open Untitled Preset"));
     EXPECT_EQ(UserDefaults::standard()->stringForKey("Default Editor"), "ardour");
     EXPECT_TRUE(UserDefaults::standard()->boolForKey("Read ID3 Tags"));
 }
 
-TEST(ZelvoraApplication, RunOpensTheMainWindowAndReturnsTheExitCode) {
+TEST(ZelvoraApplication, RunOpensAnUntitledCartWallAndReturnsTheExitCode) {
     QTemporaryDir home;
     ConfigHome config(home.path());
-    ZelvoraApplication app(argc, argv);
+    ProgramArguments arguments;
+    ZelvoraApplication app(arguments.argc(), arguments.argv());
     int exitCode = 0;
     const ShownWindow shown = runUntilShown(app, &exitCode);
     EXPECT_TRUE(shown.found);
     EXPECT_TRUE(shown.visible);
-    EXPECT_EQ(shown.title, "Zelvora Studio");
+    EXPECT_EQ(shown.title, "Untitled[*]");
     EXPECT_EQ(exitCode, 7);
 }
 
@@ -123,7 +107,8 @@ TEST(ZelvoraApplication, StartsWhenTheConfigFolderCannotBeWritten) {
         ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     }
     ConfigHome config(blocked);
-    ZelvoraApplication app(argc, argv);
+    ProgramArguments arguments;
+    ZelvoraApplication app(arguments.argc(), arguments.argv());
     UserDefaults* defaults = UserDefaults::standard();
     ASSERT_NE(defaults, nullptr);
     EXPECT_TRUE(defaults->boolForKey("Read ID3 Tags"));
@@ -133,12 +118,16 @@ TEST(ZelvoraApplication, StartsWhenTheConfigFolderCannotBeWritten) {
     int exitCode = 0;
     const ShownWindow shown = runUntilShown(app, &exitCode);
     EXPECT_TRUE(shown.visible);
-    EXPECT_EQ(shown.title, "Zelvora Studio");
+    EXPECT_EQ(shown.title, "Untitled[*]");
 }
 
+// Each test builds its own application object, so this executable brings its own main.
 int main(int argc_, char** argv_) {
     if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM")) {
         qputenv("QT_QPA_PLATFORM", "offscreen");
+    }
+    if (qEnvironmentVariableIsEmpty("ZELVORA_AUDIO")) {
+        qputenv("ZELVORA_AUDIO", "null");
     }
     ::testing::InitGoogleTest(&argc_, argv_);
     return RUN_ALL_TESTS();
