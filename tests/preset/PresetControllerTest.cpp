@@ -243,6 +243,14 @@ TEST_F(ControllerTest, MenuActionsWorkOnTheLastClickedButton) {
     EXPECT_EQ(clip->outputIndex(), 5);
     EXPECT_EQ(services.calls, (QStringList{"stopped 0", "started 5"}));
 
+    c.menuAction(PresetController::Stop)->trigger();
+    EXPECT_FALSE(clip->isPlaying());
+    c.menuAction(PresetController::RevealInFileManager)->trigger();
+    EXPECT_EQ(services.calls.last(), QStringLiteral("reveal ") + tone);
+    c.menuAction(PresetController::AssignMIDINote)->trigger();
+    EXPECT_EQ(document.assigningButtonIndex(), 3);
+    document.cancelAssignMIDINote();
+
     alerts.answers = {QStringLiteral("No")};
     c.menuAction(PresetController::ClearButton)->trigger();
     EXPECT_EQ(document.clipAtIndex(3), clip);
@@ -250,6 +258,19 @@ TEST_F(ControllerTest, MenuActionsWorkOnTheLastClickedButton) {
     c.menuAction(PresetController::ClearButton)->trigger();
     EXPECT_EQ(document.clipAtIndex(3), nullptr);
     EXPECT_EQ(alerts.shown, (QStringList{"Warning!", "Warning!"}));
+
+    // Choosing a file puts it on the button with the document's defaults.
+    QVariantMap defaults = document.defaultClipSettings();
+    defaults[settingsKey_FadeInDuration] = 2.5;
+    document.setDefaultClipSettings(defaults);
+    c.setFileChooser([this] { return tone; });
+    c.menuAction(PresetController::SelectFile)->trigger();
+    ASSERT_NE(document.clipAtIndex(3), nullptr);
+    EXPECT_DOUBLE_EQ(document.clipAtIndex(3)->doubleValueForSettingsKey(settingsKey_FadeInDuration),
+                     2.5);
+    c.setFileChooser([] { return QString(); });
+    c.menuAction(PresetController::SelectFile)->trigger();
+    EXPECT_NE(document.clipAtIndex(3), nullptr) << "a cancelled panel changes nothing";
 }
 
 TEST_F(ControllerTest, ConfiguringMovesAPlayingClipToItsNewOutput) {
