@@ -22,6 +22,12 @@ class AudioEngine;
 inline const QString kFourChannelDevice = QStringLiteral("Test Device 4ch");
 
 class OutputsFixture : public ScratchHome {
+public:
+    // Pixels of `area` whose red, green and blue each lie within `tolerance` of `colour`.
+    // Public, so tests of plain widgets can count pixels too.
+    static int pixelsNear(const QImage& image, const QRect& area, const QColor& colour,
+                          int tolerance);
+
 protected:
     OutputsFixture();
     ~OutputsFixture() override;
@@ -34,10 +40,6 @@ protected:
     // The record stored under "Output Settings %i" (empty when there is none).
     QVariantMap storedOutput(int index);
     void storeOutput(int index, const QVariantMap& record);
-
-    // Pixels of `area` whose red, green and blue each lie within `tolerance` of `colour`.
-    static int pixelsNear(const QImage& image, const QRect& area, const QColor& colour,
-                          int tolerance);
 
 private:
     std::unique_ptr<media::AudioEngine> _engine;
