@@ -4,6 +4,7 @@
 // All on the null back end at 48 kHz with 128-frame periods.
 
 #include "bench/BenchFigure.h"
+#include "bench/BenchSupport.h"
 #include "clip/ClipSettings.h"
 #include "clip/OutputSettings.h"
 #include "clip/SoundClip.h"
@@ -27,12 +28,6 @@ constexpr int kRate = 48000;
 constexpr int kPeriodFrames = 128;
 constexpr int kPlayingClips = 24;
 
-long long steadyNs() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
 // A user-defaults store of its own, with the nine output records, installed while the
 // figure runs.
 class BenchDefaults {
@@ -54,15 +49,6 @@ private:
     UserDefaults _defaults;
     UserDefaults* _previous = nullptr;
 };
-
-std::unique_ptr<media::AudioEngine> makeEngine() {
-    media::AudioEngine::Options options;
-    options.driver = std::make_unique<media::NullDriver>(
-        std::vector<media::AudioDeviceInfo>{media::NullDriver::defaultDevice()});
-    options.periodFrames = kPeriodFrames;
-    options.deviceWatchIntervalMs = 0;
-    return std::make_unique<media::AudioEngine>(std::move(options));
-}
 
 // A stereo tone of `seconds` in `folder`, named `name`; "" when it cannot be written.
 QString writeTone(const QString& folder, const QString& name, double seconds) {
@@ -93,7 +79,7 @@ std::unique_ptr<SoundClip> loadClip(const QString& path, const QVariantMap& over
 
 void measureClipTick(const BenchOptions& options) {
     BenchDefaults defaults;
-    auto engine = makeEngine();
+    auto engine = makeNullEngine(kPeriodFrames);
     QTemporaryDir folder;
     const QString path = writeTone(folder.path(), QStringLiteral("tick.wav"), 10.0);
     if (path.isEmpty()) {
@@ -172,7 +158,7 @@ double timeToFirstFrame(SoundClip& clip, double* callMs) {
 
 void measureClipFireLatency(const BenchOptions& options) {
     BenchDefaults defaults;
-    auto engine = makeEngine();
+    auto engine = makeNullEngine(kPeriodFrames);
     QTemporaryDir folder;
     const QString path = writeTone(folder.path(), QStringLiteral("fire.mp3"), 20.0);
     if (path.isEmpty()) {

@@ -4,6 +4,7 @@
 // the null back end at 48 kHz.
 
 #include "bench/BenchFigure.h"
+#include "bench/BenchSupport.h"
 #include "media/AudioEngine.h"
 #include "media/GeneratedSource.h"
 #include "media/Movie.h"
@@ -33,12 +34,6 @@ namespace {
 
 constexpr int kRate = 48000;
 
-long long steadyNs() {
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
-
 double processCpuSeconds() {
     timespec now{};
     clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &now);
@@ -51,17 +46,6 @@ double residentMegabytes() {
     long long resident = 0;
     statm >> size >> resident;
     return double(resident) * double(sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0);
-}
-
-// A null-back-end engine on one device: stereo, or 16 channels for eight stereo outputs.
-std::unique_ptr<media::AudioEngine> makeEngine(int periodFrames, int channels = 2) {
-    media::AudioDeviceInfo device = media::NullDriver::defaultDevice();
-    device.outputChannels = channels;
-    media::AudioEngine::Options options;
-    options.driver = std::make_unique<media::NullDriver>(std::vector{device});
-    options.periodFrames = periodFrames;
-    options.deviceWatchIntervalMs = 0;
-    return std::make_unique<media::AudioEngine>(std::move(options));
 }
 
 std::shared_ptr<const std::vector<float>> toneSamples(double seconds) {
@@ -90,45 +74,6 @@ double timeToFirstFrame(media::Movie& movie) {
     }
     return double(movie.firstFrameRenderedNs() - start) / 1e6;
 }
-
-#ifdef ZELVORA_BENCH_HAVE_FILES
-// One three-minute mp3, encoded once and kept in the temporary folder between runs.
-QString benchMp3() {
-    const QString folder = QDir::tempPath() + QStringLiteral("/zelvora-bench-cache");
-    QDir().mkpath(folder);
-    const QString path = folder + QStringLiteral("/three-minutes.mp3");
-    if (QFile::exists(path)) {
-        return path;
-    }
-    media::ToneGenerator generator = media::ToneGenerator::stereoSine(440.0, 660.0, 0.4, 44100);
-    media::AudioFileWriter::Options options;
-    options.sampleRate = 44100;
-    options.channels = 2;
-    QString error;
-    if (!media::AudioFileWriter::writeFile(path, options, generator, 180LL * 44100, &error)) {
-        std::fprintf(stderr, "cannot write the benchmark mp3: %s\n", qPrintable(error));
-        return QString();
-    }
-    return path;
-}
-
-// `count` copies of the mp3 under different names.
-QStringList benchMp3Copies(int count) {
-    const QString original = benchMp3();
-    QStringList paths;
-    if (original.isEmpty()) {
-        return paths;
-    }
-    for (int i = 0; i < count; ++i) {
-        const QString copy = QFileInfo(original).path() + QStringLiteral("/clip-%1.mp3").arg(i);
-        if (!QFile::exists(copy)) {
-            QFile::copy(original, copy);
-        }
-        paths.append(copy);
-    }
-    return paths;
-}
-#endif
 
 // Movies to fire: over an mp3 when the file writer is there (so a start position change
 // costs a real decoder seek), else over generated audio.
@@ -171,7 +116,7 @@ void printLatency(const QString& name, std::vector<double>& samples, int silent,
 }
 
 void measureFireLatency(const BenchOptions& options) {
-    auto engine = makeEngine(128);
+    auto engine = makeNullEngine(128);
     QString source;
     std::vector<std::unique_ptr<media::Movie>> movies = fireMovies(8, &source);
     engine->waitUntilIdle();
@@ -220,7 +165,7 @@ void measureFireLatency(const BenchOptions& options) {
 // Percent of one core the whole process uses while 32 looping voices play over eight
 // stereo outputs of one 16-channel device; `fromFile` decodes mp3s, else generated audio.
 double mixerCpuPercent(bool fromFile, const BenchOptions& options, int* underruns) {
-    auto engine = makeEngine(128, 16);
+    auto engine = makeNullEngine(128, 16);
     std::vector<std::unique_ptr<media::Movie>> movies;
 #ifdef ZELVORA_BENCH_HAVE_FILES
     const QStringList files = fromFile ? benchMp3Copies(1) : QStringList();
@@ -292,7 +237,7 @@ void measureDocumentReady(const BenchOptions& options) {
         std::fprintf(stderr, "doc_ready_ms: no benchmark files\n");
         return;
     }
-    auto engine = makeEngine(256);
+    auto engine = makeNullEngine(256);
     std::vector<double> times;
     const int runs = options.quick ? 3 : 9;
     for (int run = 0; run < runs; ++run) {
@@ -327,7 +272,7 @@ void measureIdleMemory(const BenchOptions&) {
     if (files.isEmpty()) {
         return;
     }
-    auto engine = makeEngine(256);
+    auto engine = makeNullEngine(256);
     std::vector<std::unique_ptr<media::Movie>> movies;
     auto warmUp = std::make_unique<media::Movie>();
     warmUp->open(files.front());
