@@ -89,7 +89,8 @@ TEST_F(FileReferenceTest, AFolderCopiedWithItsDocumentResolvesThroughTheRelative
 }
 
 TEST_F(FileReferenceTest, StoredBytesPassThroughUnchanged) {
-    const QByteArray foreign = QByteArray("\x00\x01 not a reference \xff", 22);
+    static const char kForeign[] = "\x00\x01 not a reference \xff";
+    const QByteArray foreign(kForeign, sizeof kForeign - 1);
     const BDAlias unreadable = BDAlias::aliasWithData(foreign);
     EXPECT_EQ(unreadable.aliasData(), foreign);
     EXPECT_FALSE(unreadable.alias().has_value());
