@@ -1,0 +1,99 @@
+#include "outputs/WindowFrameAutosave.h"
+
+#include "foundation/Logging.h"
+#include "foundation/UserDefaults.h"
+
+#include <QGuiApplication>
+#include <QScreen>
+#include <QVariantMap>
+#include <QWidget>
+
+namespace {
+
+const QString kX = QStringLiteral("X");
+const QString kY = QStringLiteral("Y");
+
+bool isWholeNumber(const QVariant& value) {
+    switch (value.typeId()) {
+    case QMetaType::Int:
+    case QMetaType::UInt:
+    case QMetaType::LongLong:
+    case QMetaType::ULongLong:
+        return true;
+    default:
+        return false;
+    }
+}
+
+bool isOnAScreen(const QPoint& point) {
+    const QList<QScreen*> screens = QGuiApplication::screens();
+    for (const QScreen* screen : screens) {
+        if (screen->geometry().contains(point)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+WindowFrameAutosave::WindowFrameAutosave(QWidget* window, const QString& autosaveName,
+                                         QObject* parent)
+    : QObject(parent)
+    , _window(window)
+    , _autosaveName(autosaveName) {
+    _settleTimer.setSingleShot(true);
+    _settleTimer.setInterval(kSettleMilliseconds);
+    connect(&_settleTimer, &QTimer::timeout, this, &WindowFrameAutosave::save);
+}
+
+WindowFrameAutosave::~WindowFrameAutosave() {
+    if (_settleTimer.isActive()) {
+        save();
+    }
+}
+
+std::optional<QPoint> WindowFrameAutosave::savedPosition() const {
+    const UserDefaults* defaults = UserDefaults::standard();
+    if (!defaults) {
+        return std::nullopt;
+    }
+    const QVariantMap stored = defaults->dictionaryForKey(_autosaveName);
+    const QVariant x = stored.value(kX);
+    const QVariant y = stored.value(kY);
+    if (!isWholeNumber(x) || !isWholeNumber(y)) {
+        return std::nullopt;
+    }
+    const QPoint position(int(x.toLongLong()), int(y.toLongLong()));
+    if (!isOnAScreen(position)) {
+        qCInfo(lcOutputs).noquote()
+            << QStringLiteral("\"%1\" was saved off every screen; the panel opens in its "
+                              "usual place")
+                   .arg(_autosaveName);
+        return std::nullopt;
+    }
+    return position;
+}
+
+bool WindowFrameAutosave::restore() {
+    const std::optional<QPoint> position = savedPosition();
+    if (!position || !_window) {
+        return false;
+    }
+    _window->move(*position);
+    return true;
+}
+
+void WindowFrameAutosave::windowMoved() {
+    _settleTimer.start();
+}
+
+void WindowFrameAutosave::save() {
+    _settleTimer.stop();
+    UserDefaults* defaults = UserDefaults::standard();
+    if (!defaults || !_window) {
+        return;
+    }
+    const QPoint position = _window->pos();
+    defaults->setObject(QVariantMap{{kX, position.x()}, {kY, position.y()}}, _autosaveName);
+}
