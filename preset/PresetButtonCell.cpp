@@ -14,16 +14,7 @@
 
 namespace {
 
-const QString kEllipsis = QStringLiteral("...");
 const QString kNoDuration = QStringLiteral("00:00:00");
-
-// A font asked for by family name, sized in pixels.
-QFont namedFont(const QString& family, int pixelSize, bool bold) {
-    QFont font(family);
-    font.setPixelSize(pixelSize);
-    font.setBold(bold);
-    return font;
-}
 
 QPixmap image(const char* name, qreal ratio) {
     return ResourceImages::pixmap(QString::fromLatin1(name), ratio);
@@ -35,11 +26,11 @@ PresetButtonCell::PresetButtonCell()
     : _textColor(QColor::fromRgbF(0.0f, 0.0f, 0.0f, 1.0f))
     , _bigLetterColor(QColor::fromRgbF(0.0f, 0.0f, 0.0f, 0.4f)) {
     const QString arial = QStringLiteral("Arial");
-    _titleTextAttributes = {_textColor, namedFont(arial, 12, true)};
-    _subTitleTextAttributes = {_textColor, namedFont(arial, 12, false)};
-    _durationTextAttributes = {_textColor, namedFont(arial, 12, false)};
-    _bigLetterTextAttributes = {_bigLetterColor, namedFont(arial, 16, true)};
-    _outputNameTextAttributes = {_textColor, namedFont(arial, 10, false)};
+    _titleTextAttributes = {_textColor, CellDrawing::namedFont(arial, 12, true)};
+    _subTitleTextAttributes = {_textColor, CellDrawing::namedFont(arial, 12, false)};
+    _durationTextAttributes = {_textColor, CellDrawing::namedFont(arial, 12, false)};
+    _bigLetterTextAttributes = {_bigLetterColor, CellDrawing::namedFont(arial, 16, true)};
+    _outputNameTextAttributes = {_textColor, CellDrawing::namedFont(arial, 10, false)};
 }
 
 PresetButtonCell::~PresetButtonCell() = default;
@@ -168,7 +159,7 @@ void PresetButtonCell::drawLED(QPainter& painter, const QRectF& frame, int statu
             return;
         }
     }
-    drawImage(painter, *led, QPointF(frame.x() + frame.width() - 19, frame.y() + 19));
+    CellDrawing::drawImage(painter, *led, QPointF(frame.x() + frame.width() - 19, frame.y() + 19));
 }
 
 void PresetButtonCell::drawBigLetter(QPainter& painter, const QRectF& frame) const {
@@ -176,8 +167,9 @@ void PresetButtonCell::drawBigLetter(QPainter& painter, const QRectF& frame) con
         return;
     }
     const double width = QFontMetricsF(_bigLetterTextAttributes.font).horizontalAdvance(_letter);
-    drawText(painter, _letter, QPointF(frame.x() + frame.width() - 11 - width / 2, frame.y() + 19),
-             _bigLetterTextAttributes);
+    CellDrawing::drawText(painter, _letter,
+                          QPointF(frame.x() + frame.width() - 11 - width / 2, frame.y() + 19),
+                          _bigLetterTextAttributes);
 }
 
 void PresetButtonCell::drawClipTexts(QPainter& painter, const QRectF& frame) const {
@@ -193,16 +185,17 @@ void PresetButtonCell::drawClipTexts(QPainter& painter, const QRectF& frame) con
     const double x = frame.x();
     const double y = frame.y();
     const double textWidth = frame.width() - kTitleMargin;
-    drawText(painter,
-             trimmedLine(OutputNameLine, _clip->outputName(), kOutputNameWidth,
-                         _outputNameTextAttributes),
-             QPointF(x + 5, y + 4), _outputNameTextAttributes);
-    drawText(painter, trimmedLine(TitleLine, _clip->title(), textWidth, title),
-             QPointF(x + 14, y + 17), title);
+    CellDrawing::drawText(painter,
+                          trimmedLine(OutputNameLine, _clip->outputName(), kOutputNameWidth,
+                                      _outputNameTextAttributes),
+                          QPointF(x + 5, y + 4), _outputNameTextAttributes);
+    CellDrawing::drawText(painter, trimmedLine(TitleLine, _clip->title(), textWidth, title),
+                          QPointF(x + 14, y + 17), title);
     if (frame.height() > kTallLayoutMinimumHeight) {
-        drawText(painter, trimmedLine(ArtistLine, _clip->artist(), textWidth, subTitle),
-                 QPointF(x + 14, y + 31), subTitle);
-        drawText(
+        CellDrawing::drawText(painter,
+                              trimmedLine(ArtistLine, _clip->artist(), textWidth, subTitle),
+                              QPointF(x + 14, y + 31), subTitle);
+        CellDrawing::drawText(
             painter,
             trimmedLine(AlbumLine, albumLine(_clip->album(), _clip->year()), textWidth, subTitle),
             QPointF(x + 14, y + 45), subTitle);
@@ -217,21 +210,21 @@ void PresetButtonCell::drawMarks(QPainter& painter, const QRectF& frame,
     const double x = frame.x();
     const double y = frame.y();
     if (_clip->hasInPoint()) {
-        drawImage(painter, images.inPoint, QPointF(x + 85, y + 18));
+        CellDrawing::drawImage(painter, images.inPoint, QPointF(x + 85, y + 18));
     }
     if (_clip->hasOutPoint()) {
-        drawImage(painter, images.outPoint, QPointF(x + 95, y + 18));
+        CellDrawing::drawImage(painter, images.outPoint, QPointF(x + 95, y + 18));
     }
     if (_clip->isLooping()) {
-        drawImage(painter, images.loop, QPointF(x + 65, y + 19));
+        CellDrawing::drawImage(painter, images.loop, QPointF(x + 65, y + 19));
     }
 }
 
 void PresetButtonCell::drawDuration(QPainter& painter, const QRectF& frame) const {
     const QString text =
         _clip ? CTimeFormatter().stringForObjectValue(_clip->duration()) : kNoDuration;
-    drawText(painter, text, QPointF(frame.x() + frame.width() - 67, frame.y() + 1),
-             _durationTextAttributes);
+    CellDrawing::drawText(painter, text, QPointF(frame.x() + frame.width() - 67, frame.y() + 1),
+                          _durationTextAttributes);
 }
 
 void PresetButtonCell::drawOfflineMark(QPainter& painter, const QRectF& frame,
@@ -243,8 +236,8 @@ void PresetButtonCell::drawOfflineMark(QPainter& painter, const QRectF& frame,
     const double bottom = frame.height() > kTallLayoutMinimumHeight
                               ? frame.y() + frame.height() - 5
                               : frame.y() + frame.height() + 2;
-    drawImage(painter, images.offline,
-              QPointF(frame.x() + frame.width() / 2 - imageWidth / 2, bottom), 0.9);
+    CellDrawing::drawImage(painter, images.offline,
+                           QPointF(frame.x() + frame.width() / 2 - imageWidth / 2, bottom), 0.9);
 }
 
 QString PresetButtonCell::trimmedLine(TrimmedLine line, const QString& text, double width,
@@ -258,42 +251,6 @@ QString PresetButtonCell::trimmedLine(TrimmedLine line, const QString& text, dou
     return kept.trimmed;
 }
 
-QString PresetButtonCell::trimString(const QString& string, double width,
-                                     const TextAttributes& attributes) {
-    if (string.isNull()) {
-        return QString();
-    }
-    if (width < 1.0) {
-        return QStringLiteral("");
-    }
-    const QFontMetricsF metrics(attributes.font);
-    const double ellipsisWidth = metrics.horizontalAdvance(kEllipsis);
-    QString shortened = string;
-    double stringWidth = metrics.horizontalAdvance(shortened);
-    if (stringWidth < width) {
-        return string;
-    }
-    while (!shortened.isEmpty() && width < ellipsisWidth + stringWidth) {
-        shortened.chop(1);
-        stringWidth = metrics.horizontalAdvance(shortened);
-    }
-    return shortened + kEllipsis;
-}
-
-QString PresetButtonCell::albumLine(const QString& album, int year) {
-    const bool hasAlbum = !album.isEmpty();
-    if (hasAlbum && year != 0) {
-        return QStringLiteral("%1, %2").arg(album).arg(year);
-    }
-    if (hasAlbum) {
-        return album;
-    }
-    if (year != 0) {
-        return QString::number(year);
-    }
-    return QStringLiteral("");
-}
-
 QImage PresetButtonCell::getImageOfContents(const QSize& size, const QWidget* view) const {
     const qreal ratio = view ? view->devicePixelRatioF() : 1.0;
     QImage image(size * ratio, QImage::Format_ARGB32_Premultiplied);
@@ -305,27 +262,4 @@ QImage PresetButtonCell::getImageOfContents(const QSize& size, const QWidget* vi
     drawWithFrame(painter, QRectF(QPointF(0, 0), QSizeF(size)), view);
     painter.end();
     return image;
-}
-
-void PresetButtonCell::drawText(QPainter& painter, const QString& text, const QPointF& topLeft,
-                                const TextAttributes& attributes) {
-    if (text.isEmpty()) {
-        return;
-    }
-    painter.setFont(attributes.font);
-    painter.setPen(attributes.color);
-    const double ascent = QFontMetricsF(attributes.font).ascent();
-    painter.drawText(QPointF(topLeft.x(), topLeft.y() + ascent), text);
-}
-
-void PresetButtonCell::drawImage(QPainter& painter, const QPixmap& image, const QPointF& lowerLeft,
-                                 double fraction) {
-    if (image.isNull()) {
-        return;
-    }
-    const QSizeF size = image.deviceIndependentSize();
-    const double previousOpacity = painter.opacity();
-    painter.setOpacity(previousOpacity * fraction);
-    painter.drawPixmap(QPointF(lowerLeft.x(), lowerLeft.y() - size.height()), image);
-    painter.setOpacity(previousOpacity);
 }

@@ -18,6 +18,8 @@
 //
 // Thread contract: main thread only.
 
+#include "outputs/CellDrawing.h"
+
 #include <QColor>
 #include <QFont>
 #include <QImage>
@@ -34,10 +36,7 @@ class SoundClip;
 class PresetButtonCell {
 public:
     // The colour and font of one kind of text.
-    struct TextAttributes {
-        QColor color;
-        QFont font;
-    };
+    using TextAttributes = CellDrawing::TextAttributes;
 
     // What the LED shows. A clip without a file shows no LED at all.
     enum LedStatus { NoLed = -1, GreyLed = 0, GreenLed = 1, RedLed = 2, YellowLed = 3 };
@@ -89,9 +88,13 @@ public:
     // otherwise shortened (a string exactly as wide is shortened too) until it and the
     // ellipsis fit, stopping at the empty string. Null stays null; a width below 1 gives "".
     static QString trimString(const QString& string, double width,
-                              const TextAttributes& attributes);
+                              const TextAttributes& attributes) {
+        return CellDrawing::trimString(string, width, attributes);
+    }
     // The album line of the tall layout: "album, year", the album, the year, or "".
-    static QString albumLine(const QString& album, int year);
+    static QString albumLine(const QString& album, int year) {
+        return CellDrawing::albumLine(album, year);
+    }
 
     // The whole cell drawn at (0, 0) in `size` on a clear background, for dragging.
     QImage getImageOfContents(const QSize& size, const QWidget* view = nullptr) const;
@@ -121,10 +124,6 @@ private:
     const Images& imagesFor(const QPainter& painter) const;
     QString trimmedLine(TrimmedLine line, const QString& text, double width,
                         const TextAttributes& attributes) const;
-    static void drawText(QPainter& painter, const QString& text, const QPointF& topLeft,
-                         const TextAttributes& attributes);
-    static void drawImage(QPainter& painter, const QPixmap& image, const QPointF& lowerLeft,
-                          double fraction = 1.0);
     void drawOutputColorBar(QPainter& painter, const QRectF& frame) const;
     void drawBigLetter(QPainter& painter, const QRectF& frame) const;
     void drawClipTexts(QPainter& painter, const QRectF& frame) const;

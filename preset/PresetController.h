@@ -14,10 +14,10 @@
 //
 // It also carries out the buttons' contextual menu (choose file, clear, configure, learn
 // MIDI note, show in the file manager, open with the editor, loop, output, stop, copy,
-// paste) and moves clips through drags and the clipboard in two formats at once: the
-// file's URL (text/uri-list) and the private "ZelvoraStudio Clip" entry, an XML property
-// list {"Cell Index", "Settings"}. A file from another program keeps the target button's
-// settings except its in and out points.
+// paste) and moves clips through drags and the clipboard in two formats at once
+// (ClipPasteboard): the file's URL (text/uri-list) and the private "ZelvoraStudio Clip"
+// entry, an XML property list {"Cell Index", "Settings"}. A file from another program keeps the
+// target button's settings except its in and out points.
 //
 // The application's services (outputs panel, pre-listen player, GPI manager, key states,
 // settings editor, file manager) are reached through StudioServices; a service that is
@@ -50,8 +50,6 @@ class PresetController : public QObject,
                          public ClipObserver {
     Q_OBJECT
 public:
-    // The private clipboard and drag format of a clip.
-    static const QString kClipPasteboardType; // "ZelvoraStudio Clip"
     static constexpr int kBlinkIntervalMs = 500;
 
     // The actions of the buttons' contextual menu.

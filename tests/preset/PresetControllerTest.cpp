@@ -3,6 +3,7 @@
 
 #include "tests/preset/PresetWindowTestSupport.h"
 
+#include "clip/ClipPasteboard.h"
 #include "clip/ClipSettings.h"
 #include "clip/OutputSettings.h"
 #include "clip/SoundClip.h"
@@ -300,8 +301,7 @@ TEST_F(ControllerTest, ClipboardCarriesTheFileAndThePrivateEntry) {
     QMimeData data;
     c.copyClip(4, data);
     ASSERT_EQ(data.urls(), QList<QUrl>{QUrl::fromLocalFile(tone)});
-    const QVariantMap entry =
-        PropertyList::fromData(data.data(PresetController::kClipPasteboardType)).toMap();
+    const QVariantMap entry = PropertyList::fromData(data.data(ClipPasteboard::kClipType)).toMap();
     EXPECT_EQ(entry.value("Cell Index"), QVariant(4));
     EXPECT_EQ(entry.value("Settings").toMap().value(settingsKey_FadeInDuration), QVariant(1.5));
 
