@@ -73,12 +73,8 @@ int DocumentSession::openInitialDocuments(const QStringList& paths) {
 bool DocumentSession::shouldTerminate() {
     const bool sounding = anyClipSounds(*_documentController);
     if (sounding) {
-        Alert alert;
-        alert.style = Alert::Style::Critical;
-        alert.title = QStringLiteral("Warning!");
-        alert.message = QStringLiteral(
-            "If you quit now, playback will stop!\nAre you sure you want to do this?");
-        alert.buttons = {QStringLiteral("No"), QStringLiteral("Stop Playback")};
+        const Alert alert = Alert::stopPlaybackWarning(QStringLiteral(
+            "If you quit now, playback will stop!\nAre you sure you want to do this?"));
         if (AlertPresenter::current().runAlert(alert) != 1) {
             return false;
         }

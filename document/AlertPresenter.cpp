@@ -19,6 +19,16 @@ QMessageBox::Icon iconFor(Alert::Style style) {
 }
 } // namespace
 
+Alert Alert::stopPlaybackWarning(const QString& message, QWidget* parent) {
+    Alert alert;
+    alert.style = Style::Critical;
+    alert.title = QStringLiteral("Warning!");
+    alert.message = message;
+    alert.buttons = {QStringLiteral("No"), QStringLiteral("Stop Playback")};
+    alert.parent = parent;
+    return alert;
+}
+
 AlertPresenter& AlertPresenter::current() {
     static MessageBoxAlertPresenter messageBox;
     return gPresenter ? *gPresenter : messageBox;

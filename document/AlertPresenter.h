@@ -23,6 +23,10 @@ struct Alert {
     int cancelButton = -1;
     // The window the panel belongs to; null for an application-wide panel.
     QWidget* parent = nullptr;
+
+    // The critical "Warning!" asked before an action stops playback: `message`, the
+    // default (safe) button "No" and the alternate "Stop Playback" (button 1).
+    static Alert stopPlaybackWarning(const QString& message, QWidget* parent = nullptr);
 };
 
 class AlertPresenter {

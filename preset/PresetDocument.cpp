@@ -382,13 +382,10 @@ bool PresetDocument::windowShouldClose() {
     if (!hasPlayingClips()) {
         return true;
     }
-    Alert alert;
-    alert.style = Alert::Style::Critical;
-    alert.title = QStringLiteral("Warning!");
-    alert.message = QStringLiteral(
-        "If you close this window, playback will stop!\nAre you sure you want to do this?");
-    alert.buttons = {QStringLiteral("No"), QStringLiteral("Stop Playback")};
-    alert.parent = window();
+    const Alert alert = Alert::stopPlaybackWarning(
+        QStringLiteral(
+            "If you close this window, playback will stop!\nAre you sure you want to do this?"),
+        window());
     return AlertPresenter::current().runAlert(alert) == 1;
 }
 
