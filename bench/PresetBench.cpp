@@ -157,43 +157,52 @@ void measureWindowReady(const BenchOptions& options) {
                     .arg(first, 0, 'f', 1));
 }
 
-// A shown cart wall with 24 ready clips, some playing and some paused.
-PresetDocument* openFilledGrid(CartWalls& cartWalls) {
-    PresetDocument* document = cartWalls.open();
-    if (!document || !document->window()) {
-        return nullptr;
-    }
-    while (!everyButtonCanFire(*document, PresetDocument::kClipsCount)) {
+// A shown cart wall with 24 ready clips (four playing, four paused) on the program's
+// defaults and a null engine; no document when the files cannot be made.
+class FilledGrid {
+public:
+    FilledGrid() {
+        const QStringList files = benchMp3Copies(PresetDocument::kClipsCount);
+        if (files.size() != PresetDocument::kClipsCount) {
+            return;
+        }
+        _engine = makeNullEngine(kPeriodFrames);
+        _cartWalls = std::make_unique<CartWalls>(files);
+        document = _cartWalls->open();
+        if (!document || !document->window()) {
+            document = nullptr;
+            return;
+        }
+        while (!everyButtonCanFire(*document, PresetDocument::kClipsCount)) {
+            QCoreApplication::processEvents();
+            std::this_thread::sleep_for(std::chrono::microseconds(200));
+        }
+        for (int index = 0; index < 8; ++index) {
+            document->clipAtIndex(index)->startPlaying(index % 2 == 0);
+        }
         QCoreApplication::processEvents();
-        std::this_thread::sleep_for(std::chrono::microseconds(200));
     }
-    for (int index = 0; index < 8; ++index) {
-        document->clipAtIndex(index)->startPlaying(index % 2 == 0);
+    ~FilledGrid() {
+        for (int index = 0; document && index < PresetDocument::kClipsCount; ++index) {
+            document->clipAtIndex(index)->stopPlaying();
+        }
     }
-    QCoreApplication::processEvents();
-    return document;
-}
 
-void stopAll(PresetDocument& document) {
-    for (int index = 0; index < PresetDocument::kClipsCount; ++index) {
-        document.clipAtIndex(index)->stopPlaying();
-    }
-}
+    PresetDocument* document = nullptr;
+
+private:
+    ProgramDefaults _defaults;
+    std::unique_ptr<media::AudioEngine> _engine;
+    std::unique_ptr<CartWalls> _cartWalls;
+};
 
 void measureGridRepaint(const BenchOptions& options) {
-    const QStringList files = benchMp3Copies(PresetDocument::kClipsCount);
-    if (files.size() != PresetDocument::kClipsCount) {
+    FilledGrid grid;
+    if (!grid.document) {
+        std::fprintf(stderr, "grid_repaint_ms: no filled grid\n");
         return;
     }
-    ProgramDefaults defaults;
-    auto engine = makeNullEngine(kPeriodFrames);
-    CartWalls cartWalls(files);
-    PresetDocument* document = openFilledGrid(cartWalls);
-    if (!document) {
-        std::fprintf(stderr, "grid_repaint_ms: the document did not open\n");
-        return;
-    }
-    PresetMatrix* matrix = matrixOf(*document);
+    PresetMatrix* matrix = matrixOf(*grid.document);
     const int runs = options.quick ? 200 : 1000;
     std::vector<double> times;
     for (int run = 0; run < runs; ++run) {
@@ -208,23 +217,15 @@ void measureGridRepaint(const BenchOptions& options) {
                     .arg(matrix->width())
                     .arg(matrix->height())
                     .arg(runs));
-    stopAll(*document);
 }
 
 void measureBlinkTick(const BenchOptions& options) {
-    const QStringList files = benchMp3Copies(PresetDocument::kClipsCount);
-    if (files.size() != PresetDocument::kClipsCount) {
+    FilledGrid grid;
+    if (!grid.document) {
+        std::fprintf(stderr, "blink_tick_us: no filled grid\n");
         return;
     }
-    ProgramDefaults defaults;
-    auto engine = makeNullEngine(kPeriodFrames);
-    CartWalls cartWalls(files);
-    PresetDocument* document = openFilledGrid(cartWalls);
-    if (!document) {
-        std::fprintf(stderr, "blink_tick_us: the document did not open\n");
-        return;
-    }
-    auto* controller = static_cast<PresetController*>(document->controller());
+    auto* controller = static_cast<PresetController*>(grid.document->controller());
     controller->stopBlinking(); // ticks are driven here
     PaintCounter painted(controller->matrix());
     const int runs = options.quick ? 200 : 1000;
@@ -234,7 +235,7 @@ void measureBlinkTick(const BenchOptions& options) {
         const long long start = steadyNs();
         controller->blinkingTimer();
         const long long ticked = steadyNs();
-        deliverPendingPaints(document->window());
+        deliverPendingPaints(grid.document->window());
         const long long end = steadyNs();
         tickOnly.push_back(double(ticked - start) / 1e3);
         withPaint.push_back(double(end - start) / 1e3);
@@ -245,7 +246,6 @@ void measureBlinkTick(const BenchOptions& options) {
                     .arg(medianOf(tickOnly), 0, 'f', 1)
                     .arg(painted.paints)
                     .arg(runs));
-    stopAll(*document);
 }
 
 } // namespace
