@@ -7,13 +7,13 @@
 #include "clip/ClipSettings.h"
 #include "clip/ClipSettingsEditing.h"
 #include "clip/FileWorkspace.h"
-#include "clip/OutputSettings.h"
 #include "clip/OutputsMonitor.h"
 #include "clip/SoundClip.h"
 #include "clip/StudioServices.h"
 #include "document/AlertPresenter.h"
 #include "foundation/Logging.h"
 #include "foundation/UserDefaults.h"
+#include "outputs/OutputSettingsCell.h"
 #include "preset/PresetDocument.h"
 #include "preset/PresetMatrix.h"
 
@@ -22,25 +22,11 @@
 #include <QGuiApplication>
 #include <QMenu>
 #include <QMimeData>
-#include <QPainter>
-#include <QPixmap>
 
 namespace {
 
 const QString kOutputItemTitle = QStringLiteral("Output");
 const QString kDefaultEditorKey = QStringLiteral("Default Editor");
-constexpr int kProgramOutputs = 8;
-
-// A swatch of the output's colour beside its name.
-QIcon colourSwatch(const QColor& colour) {
-    QPixmap swatch(12, 12);
-    swatch.fill(Qt::transparent);
-    QPainter painter(&swatch);
-    painter.setPen(QColor(0, 0, 0, 96));
-    painter.setBrush(colour);
-    painter.drawRect(QRectF(0.5, 0.5, 11, 11));
-    return QIcon(swatch);
-}
 
 bool isSounding(const SoundClip* clip) {
     return clip->isPlaying() || clip->isPaused();
@@ -112,24 +98,9 @@ bool PresetController::validateMenuItem(MenuAction action) {
 void PresetController::updateOutputsSubmenu() {
     QMenu* submenu = outputsSubmenu();
     submenu->clear();
-    const UserDefaults* store = UserDefaults::standard();
-    if (!store) {
-        return;
-    }
-    for (int index = 0; index < kProgramOutputs; ++index) {
-        const QVariantMap record = store->dictionaryForKey(outputSettingsKey(index));
-        const QString name = record.value(QorvinPrefOutputName).toString();
-        if (!record.contains(QorvinPrefOutputName)) {
-            continue;
-        }
-        QAction* item = submenu->addAction(name);
-        item->setData(index);
-        const QColor colour = outputColor(record);
-        if (colour.isValid()) {
-            item->setIcon(colourSwatch(colour));
-        }
-        connect(item, &QAction::triggered, this, [this, index] { outputSubmenuSelected(index); });
-    }
+    // Each output's name in its colour; the item's data is the output index.
+    OutputSettingsCell::loadMenuWithOutputs(submenu, this,
+                                            [this](int output) { outputSubmenuSelected(output); });
 }
 
 int PresetController::lastClickedIndex() const {

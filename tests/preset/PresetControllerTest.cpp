@@ -10,6 +10,7 @@
 #include "document/DocumentController.h"
 #include "foundation/PropertyList.h"
 #include "foundation/UserDefaults.h"
+#include "outputs/OutputMenuStyle.h"
 #include "preset/PresetButtonCell.h"
 #include "preset/PresetController.h"
 #include "preset/PresetDocument.h"
@@ -365,4 +366,11 @@ TEST_F(ControllerTest, UserDefaultsChangeReloadsSettingsAndTheOutputsMenu) {
     ASSERT_FALSE(c.outputsSubmenu()->actions().isEmpty());
     EXPECT_EQ(c.outputsSubmenu()->actions().first()->text(), QStringLiteral("Studio A"));
     EXPECT_EQ(c.outputsSubmenu()->actions().size(), 8) << "the pre-listen output is not offered";
+    // Each item is drawn in its output's colour and picks its output.
+    const QAction* second = c.outputsSubmenu()->actions().at(1);
+    EXPECT_EQ(OutputMenuStyle::forMenu(c.outputsSubmenu())->titleColor(second->text()),
+              defaultOutputColor(1));
+    c.matrix()->menuForPoint(c.matrix()->cellFrame(0).center());
+    c.outputsSubmenu()->actions().at(3)->trigger();
+    EXPECT_EQ(clip->outputIndex(), 3);
 }
