@@ -177,9 +177,11 @@ void ClipSettingsController::updateSettings() {
     record.insert(settingsKey_InPoint, fieldSeconds(_inPointAdaptor));
     record.insert(settingsKey_OutPoint, fieldSeconds(_outPointAdaptor));
     record.insert(settingsKey_UseDefaultSettings, _useDefaultValuesCheckBox->isChecked() ? 1 : 0);
-    record.insert(settingsKey_FadeOutMode, _fadeOutPopUpButton->currentIndex());
     record.insert(settingsKey_Loop, _loopCheckBox->isChecked());
-    // With no output listed there is nothing chosen to write; the clip keeps its own.
+    // A mode or output the pop-ups cannot show (none is selected then) stays as it was.
+    if (_fadeOutPopUpButton->currentIndex() >= 0) {
+        record.insert(settingsKey_FadeOutMode, _fadeOutPopUpButton->currentIndex());
+    }
     if (_outputPopUpButton->currentIndex() >= 0) {
         record.insert(settingsKey_OutputIndex, _outputPopUpButton->currentData().toInt());
     }

@@ -205,6 +205,18 @@ TEST_F(ClipSettingsControllerTest, OkWritesEveryControlWithItsType) {
     EXPECT_EQ(written.value(settingsKey_AutoChainLevel), QVariant(0.4));
 }
 
+TEST_F(ClipSettingsControllerTest, ValuesThePopUpsCannotShowAreKept) {
+    // Mode 7 never fades, like 2; output 8 is the pre-listen output, never listed.
+    auto settings = record({{settingsKey_FadeOutMode, 7}, {settingsKey_OutputIndex, 8}});
+    editor().beginEditing(QUrl(), settings);
+    EXPECT_EQ(editor().fadeOutPopUpButton()->currentIndex(), -1);
+    EXPECT_EQ(editor().outputPopUpButton()->currentIndex(), -1);
+    editor().okButtonClicked();
+    ASSERT_TRUE(editor().endEditing());
+    EXPECT_EQ(settings->value(settingsKey_FadeOutMode), QVariant(7));
+    EXPECT_EQ(settings->value(settingsKey_OutputIndex), QVariant(8));
+}
+
 TEST_F(ClipSettingsControllerTest, CancelAndClearKeepTheRecordExceptAChosenOutput) {
     for (const bool useClear : {false, true}) {
         auto settings = record({{settingsKey_OutputIndex, 1}});
