@@ -133,6 +133,8 @@ void PresetController::redrawCellsOf(const SoundClip* clip) {
 // ---- What the document asks ----
 
 void PresetController::setCellClips() {
+    // A document read from a file brings its own cue mode.
+    _cueModeCheckBox->setChecked(_document->cueMode());
     for (int index = 0; index < PresetMatrix::kCellCount; ++index) {
         SoundClip* clip = clipAt(index);
         if (clip) {

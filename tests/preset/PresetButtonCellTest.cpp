@@ -166,45 +166,26 @@ TEST_F(CellTest, MarksShowTheInPointTheOutPointAndTheLoop) {
     EXPECT_EQ(with.copy(110, 6, 12, 12), without.copy(110, 6, 12, 12)) << "nothing beyond";
 }
 
-TEST_F(CellTest, TrimmingCutsToFitWithAnEllipsis) {
+TEST_F(CellTest, TextsAreTrimmedWithAnEllipsisAndTheAlbumLineTakesAlbumAndYear) {
     PresetButtonCell cell;
     const PresetButtonCell::TextAttributes& title = cell.titleTextAttributes();
     const QFontMetricsF metrics(title.font);
     const QString longTitle = QStringLiteral("Morning Show Jingle Long Version");
-    ASSERT_GT(metrics.horizontalAdvance(longTitle), 60.0);
-
     const QString trimmed = PresetButtonCell::trimString(longTitle, 60.0, title);
     ASSERT_TRUE(trimmed.endsWith(QStringLiteral("...")));
     EXPECT_TRUE(longTitle.startsWith(trimmed.chopped(3)));
     EXPECT_GT(trimmed.size(), 3);
     EXPECT_LE(metrics.horizontalAdvance(trimmed), 60.0);
+    // Exactly as wide as the space is shortened, deliberately; narrower than the
+    // ellipsis leaves the ellipsis alone, and the loop ends.
+    const double exact = metrics.horizontalAdvance(QStringLiteral("Hi"));
+    EXPECT_EQ(PresetButtonCell::trimString(QStringLiteral("Hi"), exact + 1.0, title), "Hi");
+    EXPECT_TRUE(PresetButtonCell::trimString(QStringLiteral("Hi"), exact, title).endsWith("..."));
+    EXPECT_EQ(PresetButtonCell::trimString(QStringLiteral("Title"), 3.0, title), "...");
 
-    const QString shortText = QStringLiteral("Hi");
-    const double exact = metrics.horizontalAdvance(shortText);
-    EXPECT_EQ(PresetButtonCell::trimString(shortText, exact + 1.0, title), shortText);
-    // Exactly as wide as the space is shortened, deliberately.
-    EXPECT_TRUE(PresetButtonCell::trimString(shortText, exact, title).endsWith("..."));
-}
-
-TEST_F(CellTest, TrimmingEdgeCasesStopAtTheEmptyString) {
-    PresetButtonCell cell;
-    const auto& attributes = cell.subTitleTextAttributes();
-    EXPECT_TRUE(PresetButtonCell::trimString(QString(), 100.0, attributes).isNull());
-    const QString tiny = PresetButtonCell::trimString(QStringLiteral("Title"), 0.5, attributes);
-    EXPECT_TRUE(tiny.isEmpty());
-    EXPECT_FALSE(tiny.isNull());
-    // Narrower than the ellipsis itself: everything goes, and the loop ends.
-    EXPECT_EQ(PresetButtonCell::trimString(QStringLiteral("Title"), 3.0, attributes),
-              QStringLiteral("..."));
-    EXPECT_EQ(PresetButtonCell::trimString(QStringLiteral(""), 3.0, attributes), QString(""));
-}
-
-TEST_F(CellTest, AlbumLineCombinesAlbumAndYear) {
-    EXPECT_EQ(PresetButtonCell::albumLine(QStringLiteral("Hits"), 1999),
-              QStringLiteral("Hits, 1999"));
-    EXPECT_EQ(PresetButtonCell::albumLine(QStringLiteral("Hits"), 0), QStringLiteral("Hits"));
-    EXPECT_EQ(PresetButtonCell::albumLine(QString(), 1999), QStringLiteral("1999"));
-    EXPECT_EQ(PresetButtonCell::albumLine(QString(), 0), QStringLiteral(""));
+    EXPECT_EQ(PresetButtonCell::albumLine(QStringLiteral("Hits"), 1999), "Hits, 1999");
+    EXPECT_EQ(PresetButtonCell::albumLine(QStringLiteral("Hits"), 0), "Hits");
+    EXPECT_EQ(PresetButtonCell::albumLine(QString(), 1999), "1999");
 }
 
 TEST_F(CellTest, DragImageIsTheWholeButtonOnAClearBackground) {

@@ -17,6 +17,7 @@
 #include "preset/PresetMatrix.h"
 
 #include <QAction>
+#include <QCheckBox>
 #include <QClipboard>
 #include <QFile>
 #include <QGuiApplication>
@@ -85,6 +86,21 @@ TEST_F(ControllerTest, CueModeStopsPausedClipsOnTheSameOutputOnly) {
     EXPECT_TRUE(services.calls.contains("gpi 1 output 3 state 0"));
     fired->stopPlaying();
     otherOutput->stopPlaying();
+}
+
+TEST_F(ControllerTest, CueModeBoxFollowsTheDocumentBothWays) {
+    PresetDocument& document = makeDocument();
+    PresetController& c = controller(document);
+    const QVariantMap root{
+        {QStringLiteral("Document Settings"), QVariantMap{{QStringLiteral("Cue Mode"), true}}}};
+    QString error;
+    ASSERT_TRUE(document.loadDataRepresentation(PropertyList::toXml(root), &error));
+    EXPECT_TRUE(c.cueModeCheckBox()->isChecked()) << "a file read brings its cue mode";
+    c.cueModeCheckBox()->click();
+    EXPECT_FALSE(document.cueMode());
+    c.toggleCueMode();
+    EXPECT_TRUE(document.cueMode());
+    EXPECT_TRUE(c.cueModeCheckBox()->isChecked());
 }
 
 TEST_F(ControllerTest, ShiftOrTheDocumentSettingAsksOtherDocumentsToStop) {
