@@ -108,6 +108,14 @@ int GPIGlobalController::findInterfaceIndexWithSerialNumber(const QString& seria
     return -1;
 }
 
+QStringList GPIGlobalController::connectedSerialNumbers() const {
+    QStringList serialNumbers;
+    for (const auto& controller : _gpiControllers) {
+        serialNumbers.append(controller->serialNumber());
+    }
+    return serialNumbers;
+}
+
 void GPIGlobalController::setState(int interfaceIndex, bool state, int output) {
     if (GPIController* controller = deviceAt(interfaceIndex)) {
         controller->setState(state, output);

@@ -66,6 +66,8 @@ public:
     // GpiTallyLines
     int findInterfaceIndexWithSerialNumber(const QString& serialNumber) const override;
     void setState(int interfaceIndex, bool state, int output) override;
+    // The serial number of every box in `devices`, in discovery order.
+    QStringList connectedSerialNumbers() const override;
 
 private:
     IOWarriorInterfaceList _access;

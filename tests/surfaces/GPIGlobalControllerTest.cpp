@@ -175,6 +175,7 @@ TEST_F(GPITest, TallyReportsLightTheLinesThatAreOn) {
     // The windows reach the box by serial number.
     ASSERT_EQ(gpi.findInterfaceIndexWithSerialNumber(kBoxA), 0);
     EXPECT_EQ(gpi.findInterfaceIndexWithSerialNumber(kBoxB), -1);
+    EXPECT_EQ(gpi.connectedSerialNumbers(), QStringList{kBoxA}) << "the preferences' box list";
     gpi.setState(0, true, 0);
     gpi.setState(0, false, 8); // no such line
     gpi.setState(3, false, 1); // no such box
