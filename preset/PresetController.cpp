@@ -240,6 +240,9 @@ bool PresetController::performKey(const QKeyEvent& event) {
     if (text.isEmpty() || text[0] < u'a' || text[0] > u'x') {
         return false;
     }
+    if (event.isAutoRepeat()) {
+        return true; // a held key fires once: a repeat would restart the clip over and over
+    }
     const int index = text[0].unicode() - u'a';
     if (keys && (keys->isLeftArrowDepressed() || keys->leftArrowKeyState())) {
         preListenClipAtIndex(index, false);

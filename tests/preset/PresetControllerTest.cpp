@@ -159,6 +159,10 @@ TEST_F(ControllerTest, LetterKeysFireOnlyPlainLowercaseAToX) {
 
     EXPECT_TRUE(c.performKey(key("x")));
     EXPECT_TRUE(x->isPlaying());
+    services.calls.clear();
+    const QKeyEvent held(QEvent::KeyPress, 0, Qt::NoModifier, QStringLiteral("x"), true);
+    EXPECT_TRUE(c.performKey(held)) << "a held letter is still the window's";
+    EXPECT_TRUE(services.calls.isEmpty()) << "a held letter must not restart its clip";
     services.leftHeld = true;
     EXPECT_TRUE(c.performKey(key("a")));
     EXPECT_FALSE(a->isPlaying());
