@@ -203,23 +203,8 @@ void OutputsMonitoringPanelController::updateCellColorsAndNames() {
 // ---- Placement ----
 
 void OutputsMonitoringPanelController::showWindow() {
-    if (!_window->isVisible()) {
-        _window->adjustSize();
-        if (!_frameAutosave->restore()) {
-            placeInUsualPlace();
-        }
-    }
-    _window->show();
+    _frameAutosave->showWindow(Qt::TopRightCorner);
     windowDidMove();
-}
-
-void OutputsMonitoringPanelController::placeInUsualPlace() {
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    if (!screen) {
-        return;
-    }
-    const QRect visible = screen->availableGeometry();
-    _window->move(visible.right() + 1 - _window->frameGeometry().width(), visible.top());
 }
 
 QPoint OutputsMonitoringPanelController::lockedWindowPosition(const QRect& screenGeometry,

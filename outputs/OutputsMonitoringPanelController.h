@@ -99,7 +99,6 @@ public:
 
 private:
     void buildWindow();
-    void placeInUsualPlace();
     void uninstall();
 
     std::unique_ptr<NonKeyPanel> _window;

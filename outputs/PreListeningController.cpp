@@ -10,10 +10,8 @@
 #include "outputs/TimeField.h"
 #include "outputs/WindowFrameAutosave.h"
 
-#include <QGuiApplication>
 #include <QHBoxLayout>
 #include <QPushButton>
-#include <QScreen>
 #include <QSlider>
 #include <QStyle>
 #include <QVBoxLayout>
@@ -105,23 +103,7 @@ void PreListeningController::install() {
 }
 
 void PreListeningController::showWindow() {
-    if (!_window->isVisible()) {
-        _window->adjustSize();
-        if (!_frameAutosave->restore()) {
-            placeInUsualPlace();
-        }
-    }
-    _window->show();
-}
-
-void PreListeningController::placeInUsualPlace() {
-    const QScreen* screen = QGuiApplication::primaryScreen();
-    if (!screen) {
-        return;
-    }
-    const QRect visible = screen->availableGeometry();
-    const QRect frame = _window->frameGeometry();
-    _window->move(visible.right() + 1 - frame.width(), visible.bottom() + 1 - frame.height());
+    _frameAutosave->showWindow(Qt::BottomRightCorner);
 }
 
 // ---- Auditions ----

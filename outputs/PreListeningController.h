@@ -93,7 +93,6 @@ public:
 
 private:
     void buildWindow();
-    void placeInUsualPlace();
     void showEmpty();
     void seekTo(double seconds);
     void updateTransportButtons();

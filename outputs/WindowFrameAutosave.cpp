@@ -84,6 +84,32 @@ bool WindowFrameAutosave::restore() {
     return true;
 }
 
+void WindowFrameAutosave::showWindow(Qt::Corner usualCorner) {
+    if (!_window) {
+        return;
+    }
+    const bool placing = !_window->isVisible();
+    bool restored = false;
+    if (placing) {
+        _window->adjustSize();
+        restored = restore();
+    }
+    _window->show();
+    const QScreen* screen = QGuiApplication::primaryScreen();
+    if (placing && !restored && screen) {
+        // Placed once shown, when the window frame's size is known where the platform
+        // knows it.
+        const QRect visible = screen->availableGeometry();
+        const QSize frame = _window->frameGeometry().size();
+        const bool right =
+            usualCorner == Qt::TopRightCorner || usualCorner == Qt::BottomRightCorner;
+        const bool bottom =
+            usualCorner == Qt::BottomLeftCorner || usualCorner == Qt::BottomRightCorner;
+        _window->move(right ? visible.right() + 1 - frame.width() : visible.left(),
+                      bottom ? visible.bottom() + 1 - frame.height() : visible.top());
+    }
+}
+
 void WindowFrameAutosave::windowMoved() {
     _settleTimer.start();
 }

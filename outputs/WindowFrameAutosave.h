@@ -32,6 +32,9 @@ public:
     std::optional<QPoint> savedPosition() const;
     // Moves the window to the stored position; false (and no move) without a usable one.
     bool restore();
+    // Shows the window without activating it: a hidden window first goes to the stored
+    // position, or without one into `usualCorner` of the main screen's free area.
+    void showWindow(Qt::Corner usualCorner);
 
     // Call whenever the window moved: the position is written once it stays put.
     void windowMoved();

@@ -147,6 +147,9 @@ TEST_F(OutputsPanelTest, MovingALockedPanelPutsItBackAndAnUnlockedOneStaysWhereI
 TEST_F(OutputsPanelTest, ThePanelComesBackWhereItWasLeftOnTheNextRun) {
     panel().showWindow();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(panel().window()));
+    // Never saved: at the top right of the main screen's free area.
+    const QRect visible = QGuiApplication::primaryScreen()->availableGeometry();
+    EXPECT_EQ(panel().window()->frameGeometry().topRight(), visible.topRight());
     panel().window()->move(40, 30);
     QCoreApplication::processEvents();
     EXPECT_TRUE(panel().frameAutosave().hasPendingSave()) << "a drag is written once it settles";

@@ -9,13 +9,16 @@
 #include "clip/StudioServices.h"
 #include "foundation/UserDefaults.h"
 #include "media/Movie.h"
+#include "outputs/NonKeyPanel.h"
 #include "outputs/OutputMonitoringCell.h"
 #include "outputs/OutputsMonitoringPanelController.h"
 #include "outputs/PreListeningController.h"
 #include "tests/outputs/PanelTestSupport.h"
 
 #include <QFile>
+#include <QGuiApplication>
 #include <QPushButton>
+#include <QScreen>
 #include <QSlider>
 #include <QTest>
 
@@ -203,4 +206,21 @@ TEST_F(PreListenTest, ANewAuditionReplacesThePreviousOneAndAnUnreadableFileLeave
     player->jumpBackButtonPushed();
     player->updateCurrentMovieTime();
     player->preListenClip(nullptr, true);
+}
+
+TEST_F(PreListenTest, ThePlayerFloatsAtTheBottomRightAndComesBackWhereItWasLeft) {
+    player->showWindow();
+    NonKeyPanel& window = *player->window();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(&window));
+    EXPECT_TRUE(window.windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus));
+    const QRect visible = QGuiApplication::primaryScreen()->availableGeometry();
+    EXPECT_EQ(window.frameGeometry().bottomRight(), visible.bottomRight());
+
+    window.move(20, 25);
+    QCoreApplication::processEvents();
+    player.reset(); // a pending position is written as the player goes
+    restart();
+    PreListeningController nextRun;
+    nextRun.showWindow();
+    EXPECT_EQ(nextRun.window()->pos(), QPoint(20, 25));
 }
