@@ -1,5 +1,7 @@
 #include "bench/BenchSupport.h"
 
+#include "clip/OutputSettings.h"
+#include "foundation/UserDefaults.h"
 #include "media/AudioEngine.h"
 #include "media/AudioFileWriter.h"
 #include "media/NullDriver.h"
@@ -8,6 +10,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QTemporaryDir>
 #include <chrono>
 #include <cstdio>
 
@@ -65,4 +68,20 @@ QStringList benchMp3Copies(int count) {
         paths.append(copy);
     }
     return paths;
+}
+
+ScopedBenchDefaults::ScopedBenchDefaults(const QVariantMap& registered)
+    : _dir(std::make_unique<QTemporaryDir>())
+    , _defaults(std::make_unique<UserDefaults>(_dir->path()))
+    , _previous(UserDefaults::standard()) {
+    QVariantMap values = registered;
+    for (int index = 0; index < outputSettingsCount; ++index) {
+        values.insert(outputSettingsKey(index), defaultOutputSettings(index));
+    }
+    _defaults->registerDefaults(values);
+    UserDefaults::setStandard(_defaults.get());
+}
+
+ScopedBenchDefaults::~ScopedBenchDefaults() {
+    UserDefaults::setStandard(_previous);
 }

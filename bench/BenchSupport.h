@@ -1,10 +1,15 @@
 #pragma once
 
 // Helpers the figure files share: a steady clock in nanoseconds, an audio engine on the
-// null back end, and the three-minute mp3 files the document figures open.
+// null back end, the three-minute mp3 files the document figures open, and a user-defaults
+// store of a figure's own.
 
 #include <QStringList>
+#include <QVariantMap>
 #include <memory>
+
+class QTemporaryDir;
+class UserDefaults;
 
 namespace media {
 class AudioEngine;
@@ -20,3 +25,19 @@ std::unique_ptr<media::AudioEngine> makeNullEngine(int periodFrames, int channel
 // are encoded once and kept in the temporary folder between runs; an empty list when the
 // file cannot be written.
 QStringList benchMp3Copies(int count);
+
+// A user-defaults store in a temporary folder with `registered` as its factory values
+// (the nine output records always among them), installed as the standard store while it
+// lives, so a figure never touches the user's settings.
+class ScopedBenchDefaults {
+public:
+    explicit ScopedBenchDefaults(const QVariantMap& registered = {});
+    ~ScopedBenchDefaults();
+    ScopedBenchDefaults(const ScopedBenchDefaults&) = delete;
+    ScopedBenchDefaults& operator=(const ScopedBenchDefaults&) = delete;
+
+private:
+    std::unique_ptr<QTemporaryDir> _dir;
+    std::unique_ptr<UserDefaults> _defaults;
+    UserDefaults* _previous = nullptr;
+};

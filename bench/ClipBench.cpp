@@ -6,9 +6,7 @@
 #include "bench/BenchFigure.h"
 #include "bench/BenchSupport.h"
 #include "clip/ClipSettings.h"
-#include "clip/OutputSettings.h"
 #include "clip/SoundClip.h"
-#include "foundation/UserDefaults.h"
 #include "media/AudioEngine.h"
 #include "media/AudioFileWriter.h"
 #include "media/Movie.h"
@@ -27,28 +25,6 @@ namespace {
 constexpr int kRate = 48000;
 constexpr int kPeriodFrames = 128;
 constexpr int kPlayingClips = 24;
-
-// A user-defaults store of its own, with the nine output records, installed while the
-// figure runs.
-class BenchDefaults {
-public:
-    BenchDefaults()
-        : _defaults(_dir.path()) {
-        _previous = UserDefaults::standard();
-        QVariantMap registered{{defaultsKey_ReadID3Tags, true}};
-        for (int index = 0; index < outputSettingsCount; ++index) {
-            registered.insert(outputSettingsKey(index), defaultOutputSettings(index));
-        }
-        _defaults.registerDefaults(registered);
-        UserDefaults::setStandard(&_defaults);
-    }
-    ~BenchDefaults() { UserDefaults::setStandard(_previous); }
-
-private:
-    QTemporaryDir _dir;
-    UserDefaults _defaults;
-    UserDefaults* _previous = nullptr;
-};
 
 // A stereo tone of `seconds` in `folder`, named `name`; "" when it cannot be written.
 QString writeTone(const QString& folder, const QString& name, double seconds) {
@@ -78,7 +54,7 @@ std::unique_ptr<SoundClip> loadClip(const QString& path, const QVariantMap& over
 }
 
 void measureClipTick(const BenchOptions& options) {
-    BenchDefaults defaults;
+    ScopedBenchDefaults defaults({{defaultsKey_ReadID3Tags, true}});
     auto engine = makeNullEngine(kPeriodFrames);
     QTemporaryDir folder;
     const QString path = writeTone(folder.path(), QStringLiteral("tick.wav"), 10.0);
@@ -157,7 +133,7 @@ double timeToFirstFrame(SoundClip& clip, double* callMs) {
 }
 
 void measureClipFireLatency(const BenchOptions& options) {
-    BenchDefaults defaults;
+    ScopedBenchDefaults defaults({{defaultsKey_ReadID3Tags, true}});
     auto engine = makeNullEngine(kPeriodFrames);
     QTemporaryDir folder;
     const QString path = writeTone(folder.path(), QStringLiteral("fire.mp3"), 20.0);
