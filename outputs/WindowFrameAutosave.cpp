@@ -1,5 +1,6 @@
 #include "outputs/WindowFrameAutosave.h"
 
+#include "clip/ValueConversion.h"
 #include "foundation/Logging.h"
 #include "foundation/UserDefaults.h"
 
@@ -12,18 +13,6 @@ namespace {
 
 const QString kX = QStringLiteral("X");
 const QString kY = QStringLiteral("Y");
-
-bool isWholeNumber(const QVariant& value) {
-    switch (value.typeId()) {
-    case QMetaType::Int:
-    case QMetaType::UInt:
-    case QMetaType::LongLong:
-    case QMetaType::ULongLong:
-        return true;
-    default:
-        return false;
-    }
-}
 
 bool isOnAScreen(const QPoint& point) {
     const QList<QScreen*> screens = QGuiApplication::screens();
@@ -61,10 +50,10 @@ std::optional<QPoint> WindowFrameAutosave::savedPosition() const {
     const QVariantMap stored = defaults->dictionaryForKey(_autosaveName);
     const QVariant x = stored.value(kX);
     const QVariant y = stored.value(kY);
-    if (!isWholeNumber(x) || !isWholeNumber(y)) {
+    if (!isNumberValue(x) || !isNumberValue(y)) {
         return std::nullopt;
     }
-    const QPoint position(int(x.toLongLong()), int(y.toLongLong()));
+    const QPoint position(intFromValue(x), intFromValue(y));
     if (!isOnAScreen(position)) {
         qCInfo(lcOutputs).noquote()
             << QStringLiteral("\"%1\" was saved off every screen; the panel opens in its "

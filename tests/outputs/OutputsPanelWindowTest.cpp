@@ -11,8 +11,8 @@
 #include "outputs/PlainButton.h"
 #include "outputs/WindowFrameAutosave.h"
 #include "tests/outputs/PanelTestSupport.h"
+#include "tests/support/Screenshot.h"
 
-#include <QDir>
 #include <QGuiApplication>
 #include <QLineEdit>
 #include <QScreen>
@@ -20,16 +20,10 @@
 
 namespace {
 
-// Saves `widget` as a PNG into $ZELVORA_SCREENSHOT_DIR when that is set, for a person to
-// look at; the image is returned for the test's own checks.
+// What `widget` shows, also saved for a person to look at (see saveScreenshot).
 QImage screenshot(QWidget& widget, const QString& name) {
-    const QImage image = widget.grab().toImage().convertToFormat(QImage::Format_ARGB32);
-    const QString folder = qEnvironmentVariable("ZELVORA_SCREENSHOT_DIR");
-    if (!folder.isEmpty()) {
-        QDir().mkpath(folder);
-        image.save(folder + QLatin1Char('/') + name + QStringLiteral(".png"));
-    }
-    return image;
+    saveScreenshot(widget, name);
+    return widget.grab().toImage().convertToFormat(QImage::Format_ARGB32);
 }
 
 } // namespace

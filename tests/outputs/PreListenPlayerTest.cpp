@@ -14,6 +14,7 @@
 #include "outputs/OutputsMonitoringPanelController.h"
 #include "outputs/PreListeningController.h"
 #include "tests/outputs/PanelTestSupport.h"
+#include "tests/support/Screenshot.h"
 
 #include <QFile>
 #include <QGuiApplication>
@@ -61,6 +62,8 @@ TEST_F(PreListenTest, AnAuditionAtTheEndOfAFortySecondClipStartsAtTwentyFiveSeco
     EXPECT_EQ(player->remainingText(), "00:00:15");
     EXPECT_EQ(player->positionBar().value(), 625);
     EXPECT_EQ(player->filenameText(), "forty.wav");
+    player->showWindow();
+    saveScreenshot(*player->window(), QStringLiteral("pre-listen-player"));
     const long long heard = frameHeardNow();
     EXPECT_GE(heard, (25 * kRate) % 65536);
     EXPECT_LT(heard, (25 * kRate) % 65536 + clipaudio::kTickFrames);
