@@ -27,7 +27,7 @@ const QString kLockWindowPositionsKey = QStringLiteral("Lock Window Positions");
 constexpr int kLockedX = 802;
 constexpr int kWideScreen = 866;
 
-constexpr int kStripWidth = 218;
+constexpr int kStripWidth = 214;
 constexpr int kStripHeight = 78;
 
 } // namespace

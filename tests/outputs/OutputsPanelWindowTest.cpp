@@ -4,6 +4,7 @@
 #include "clip/OutputSettings.h"
 #include "clip/SoundClip.h"
 #include "foundation/UserDefaults.h"
+#include "outputs/CProgressView.h"
 #include "outputs/LedButton.h"
 #include "outputs/NonKeyPanel.h"
 #include "outputs/OutputMonitoringCell.h"
@@ -99,12 +100,20 @@ TEST_F(OutputsPanelTest, ThePanelShowsWhatPlaysOnEveryOutput) {
     panel().showWindow();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(panel().window()));
     const QImage image = screenshot(*panel().window(), QStringLiteral("outputs-panel"));
-    EXPECT_EQ(panel().cellAtIndex(0)->progressViewColorState(), 1);
-    EXPECT_EQ(panel().cellAtIndex(1)->progressViewColorState(), 2);
-    EXPECT_EQ(panel().cellAtIndex(2)->progressViewColorState(), 3);
+    // Each progress bar is drawn lit in its warning colour: green, orange, red.
+    const QColor colours[] = {QColor::fromRgbF(0.0f, 0.9f, 0.0f), QColor(255, 128, 0),
+                              QColor(255, 0, 0)};
+    for (int output = 0; output < 3; ++output) {
+        const CProgressView& bar = panel().cellAtIndex(output)->progressBar();
+        const QRect area(bar.mapTo(panel().window(), QPoint(0, 0)), bar.size());
+        int lit = 0;
+        for (int x = area.left(); x <= area.right(); ++x) {
+            lit += image.pixel(x, area.center().y()) == colours[output].rgb() ? 1 : 0;
+        }
+        EXPECT_GT(lit, 20) << "output " << output;
+    }
     // The whole panel fits the space a locked panel has on a 1024-wide screen.
-    EXPECT_LE(panel().window()->width(), 1024 - 802);
-    EXPECT_FALSE(image.isNull());
+    EXPECT_LE(panel().window()->frameGeometry().width(), 1024 - 802);
 }
 
 TEST(OutputsPanelPlacement, ALockedPanelGoesToX802OnWideScreensAndFlushRightOnNarrowOnes) {
