@@ -1,14 +1,21 @@
 #include "app/ZelvoraApplication.h"
 
+#include "app/DemoCartWall.h"
+#include "app/DiagnosticCommands.h"
 #include "app/DocumentSession.h"
+#include "app/InstanceChannel.h"
 #include "app/midi/MIDIConnections.h"
 #include "app/midi/RtMidiSourceList.h"
 #include "clip/ClipSettings.h"
 #include "clip/MIDIController.h"
 #include "clip/OutputSettings.h"
+#include "document/Document.h"
+#include "document/DocumentController.h"
 #include "foundation/Logging.h"
 #include "foundation/UserDefaults.h"
 #include "media/AudioEngine.h"
+
+#include <QWidget>
 
 namespace {
 
@@ -29,6 +36,17 @@ void addFunctionKeys(QVariantMap& table) {
     for (int key = 1; key <= functionKeyCount; ++key) {
         table.insert(QStringLiteral("Function Key %1").arg(key), QString(""));
     }
+}
+
+// The command line without the program's name and its options: the documents to open.
+QStringList documentArguments(const QStringList& arguments) {
+    QStringList documents;
+    for (const QString& argument : arguments.mid(1)) {
+        if (!argument.startsWith(QLatin1String("--"))) {
+            documents << argument;
+        }
+    }
+    return documents;
 }
 
 } // namespace
@@ -77,6 +95,16 @@ void ZelvoraApplication::initialize(UserDefaults& defaults) {
 }
 
 int ZelvoraApplication::run() {
+    const QStringList documents = documentArguments(arguments());
+    _instance = std::make_unique<InstanceChannel>(InstanceChannel::defaultName());
+    if (_instance->handOver(documents)) {
+        qCInfo(lcApp) << "handed" << documents.size() << "documents to the running program";
+        return 0;
+    }
+    _instance->listen();
+    if (DiagnosticCommands::wanted(arguments())) {
+        DiagnosticCommands::install(*_instance);
+    }
     if (!media::AudioEngine::instance()) {
         _engine = std::make_unique<media::AudioEngine>();
     }
@@ -86,8 +114,22 @@ int ZelvoraApplication::run() {
         MIDIController::setSourceList(&platformMIDISources());
     }
     _session = std::make_unique<DocumentSession>();
-    // Everything after the program's name names a document to open.
-    _session->openInitialDocuments(arguments().mid(1));
+    connect(_instance.get(), &InstanceChannel::openRequested, this,
+            &ZelvoraApplication::openHandedOver);
+    _session->openInitialDocuments(
+        documents.isEmpty() ? DemoCartWall::documentsForStart(arguments()) : documents);
     qCInfo(lcApp) << "started" << applicationVersion();
     return exec();
+}
+
+void ZelvoraApplication::openHandedOver(const QStringList& paths) {
+    for (const QString& path : paths) {
+        _session->openRecentDocument(path);
+    }
+    // Started again without files: the operator is looking for the program's window.
+    const QList<Document*> open = _session->documentController().documents();
+    if (paths.isEmpty() && !open.isEmpty() && open.constLast()->window()) {
+        open.constLast()->window()->raise();
+        open.constLast()->window()->activateWindow();
+    }
 }

@@ -10,6 +10,7 @@
 #include <memory>
 
 class DocumentSession;
+class InstanceChannel;
 class UserDefaults;
 
 namespace media {
@@ -27,15 +28,20 @@ public:
     // Registers factoryDefaults() in `defaults` (registered, never written to disk).
     static void initialize(UserDefaults& defaults);
 
-    // Starts the audio engine, opens the first document windows and runs the event loop;
-    // returns the exit code.
+    // Hands the command line's files to a program already running for this user and
+    // ends (exit code 0) or else starts the audio engine, opens the first document
+    // windows (the demo cart wall with --demo when no file is named) and runs the event
+    // loop; returns the exit code.
     int run();
 
     // The open documents and their commands; null before run().
     DocumentSession* documentSession() const { return _session.get(); }
 
 private:
+    void openHandedOver(const QStringList& paths);
+
     std::unique_ptr<UserDefaults> _defaults;
+    std::unique_ptr<InstanceChannel> _instance;
     std::unique_ptr<media::AudioEngine> _engine;
     std::unique_ptr<DocumentSession> _session;
 };

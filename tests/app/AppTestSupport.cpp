@@ -8,12 +8,16 @@
 #include <QWidget>
 
 ConfigHome::ConfigHome(const QString& configHome)
-    : _saved(qgetenv("XDG_CONFIG_HOME")) {
+    : _saved(qgetenv("XDG_CONFIG_HOME"))
+    , _savedData(qgetenv("XDG_DATA_HOME")) {
     qputenv("XDG_CONFIG_HOME", configHome.toUtf8());
+    // The demo cart wall a start writes goes to the test's folder too.
+    qputenv("XDG_DATA_HOME", (configHome + QStringLiteral("/data")).toUtf8());
 }
 
 ConfigHome::~ConfigHome() {
     qputenv("XDG_CONFIG_HOME", _saved);
+    qputenv("XDG_DATA_HOME", _savedData);
 }
 
 ProgramArguments::ProgramArguments(const QStringList& arguments) {

@@ -13,7 +13,8 @@ class PresetDocument;
 class PresetMatrix;
 class QWidget;
 
-// Points XDG_CONFIG_HOME at `configHome` for the life of the object.
+// Points XDG_CONFIG_HOME at `configHome` and XDG_DATA_HOME at its "data" folder for the
+// life of the object.
 class ConfigHome {
 public:
     explicit ConfigHome(const QString& configHome);
@@ -23,6 +24,7 @@ public:
 
 private:
     QByteArray _saved;
+    QByteArray _savedData;
 };
 
 // "zelvora-studio" followed by `arguments`, as main() receives them. The object keeps

@@ -1,0 +1,28 @@
+#pragma once
+
+// Commands for driving and inspecting the running program from outside, used by the
+// end-to-end tests where no X server is there to type into it. They are registered on
+// the instance channel only when the program is started with --test-hooks:
+//   {"command": "key", "text": "a"}   a key press and release of that letter (or "space",
+//                                     "tab", "f1".."f12") sent to the window in front,
+//                                     through the application's normal event delivery
+//   {"command": "state"}              the open windows (title, whether active) and what
+//                                     each strip of the outputs panel shows
+//
+// Main thread only.
+
+#include <QJsonObject>
+#include <QStringList>
+
+class InstanceChannel;
+
+class DiagnosticCommands {
+public:
+    static const QString kOption; // "--test-hooks"
+
+    static bool wanted(const QStringList& arguments) { return arguments.contains(kOption); }
+    static void install(InstanceChannel& channel);
+
+    static QJsonObject pressKey(const QJsonObject& request);
+    static QJsonObject state();
+};

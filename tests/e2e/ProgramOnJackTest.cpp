@@ -1,0 +1,231 @@
+// The real program from the outside: zelvora-studio started on the offscreen platform
+// with its RtAudio back end against a JACK server (dummy driver), a cart wall whose
+// button A holds a tone on an output that uses device channels 3 and 4, the letter "a"
+// typed into the front window through the program's diagnostic socket, and a JACK
+// capture client that hears what reaches the server's playback ports. A second start
+// with another cart wall hands it to the running program and ends.
+
+#include "app/DemoCartWall.h"
+#include "app/InstanceChannel.h"
+#include "clip/OutputSettings.h"
+#include "foundation/UserDefaults.h"
+#include "media/AudioFileWriter.h"
+#include "media/ToneGenerator.h"
+#include "tests/support/JackCapture.h"
+#include "tests/support/JackServer.h"
+
+#include <QDir>
+#include <QElapsedTimer>
+#include <QJsonArray>
+#include <QProcess>
+#include <QTemporaryDir>
+#include <QThread>
+#include <functional>
+#include <gtest/gtest.h>
+#include <optional>
+
+namespace {
+
+constexpr int kDeadlineMs = 20000;
+// A whole number of cycles in every 256-frame period at 48 kHz.
+constexpr double kToneFrequency = 750.0;
+constexpr double kToneAmplitude = 0.4;
+
+std::string reasonToSkip() {
+#ifdef __SANITIZE_THREAD__
+    return "a real JACK server cannot be checked under ThreadSanitizer";
+#else
+    if (!JackServer::isInstalled()) {
+        return "jackd is not installed (Debian package jackd2)";
+    }
+    return {};
+#endif
+}
+
+bool waitUntil(const std::function<bool()>& condition, int timeoutMs = kDeadlineMs) {
+    QElapsedTimer timer;
+    timer.start();
+    while (!condition()) {
+        if (timer.elapsed() > timeoutMs) {
+            return false;
+        }
+        QThread::msleep(20);
+    }
+    return true;
+}
+
+class ProgramOnJack : public ::testing::Test {
+protected:
+    void SetUp() override {
+        if (!reasonToSkip().empty()) {
+            GTEST_SKIP() << reasonToSkip();
+        }
+        ASSERT_TRUE(home.isValid());
+        for (const char* sub : {"config", "data", "runtime"}) {
+            ASSERT_TRUE(QDir(home.path()).mkpath(QString::fromLatin1(sub)));
+        }
+        // A runtime folder is its owner's alone.
+        QFile::setPermissions(home.filePath(QStringLiteral("runtime")),
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                  QFileDevice::ExeOwner);
+        QString error;
+        ASSERT_TRUE(server.start(&error)) << error.toStdString();
+        configureOutputOneOnChannelsThreeAndFour();
+    }
+
+    void TearDown() override {
+        for (QProcess* process : {&program, &secondStart}) {
+            if (process->state() != QProcess::NotRunning) {
+                process->kill();
+                process->waitForFinished(5000);
+            }
+        }
+    }
+
+    QString configHome() const { return home.filePath(QStringLiteral("config")); }
+
+    // Output 1 on the JACK sound card's channels 3 and 4.
+    void configureOutputOneOnChannelsThreeAndFour() {
+        UserDefaults store(configHome() + QStringLiteral("/zelvora-studio"));
+        QVariantMap settings = defaultOutputSettings(0);
+        settings.insert(QorvinPrefDeviceName, QStringLiteral("system (JACK)"));
+        settings.insert(QorvinPrefLeftChannelOutputTag, firstChannelOutputTag + 2);
+        settings.insert(QorvinPrefRightChannelOutputTag, firstChannelOutputTag + 3);
+        ASSERT_TRUE(store.setObject(settings, outputSettingsKey(0)))
+            << store.lastError().toStdString();
+    }
+
+    // A cart wall named `name` whose button A plays a 30-second tone on output 1.
+    QString writeCartWall(const QString& name) {
+        const QString tone = home.filePath(QStringLiteral("tone.wav"));
+        if (!QFileInfo::exists(tone)) {
+            media::ToneGenerator generator =
+                media::ToneGenerator::sine(kToneFrequency, kToneAmplitude, 48000, 2);
+            media::AudioFileWriter::Options options;
+            options.sampleRate = 48000;
+            options.tags.title = QStringLiteral("Station Tone");
+            QString error;
+            EXPECT_TRUE(
+                media::AudioFileWriter::writeFile(tone, options, generator, 30 * 48000, &error))
+                << error.toStdString();
+        }
+        const QString path = home.filePath(name);
+        QString error;
+        EXPECT_TRUE(DemoCartWall::writeCartWall(
+            path, {{0, QStringLiteral("tone.wav"), QStringLiteral("Station Tone"), 30.0, {}}},
+            {tone}, &error))
+            << error.toStdString();
+        return path;
+    }
+
+    void startProgram(QProcess& process, const QStringList& arguments) {
+        QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("ZELVORA_AUDIO"), QStringLiteral("rtaudio"));
+        environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
+        environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
+        environment.insert(QStringLiteral("XDG_RUNTIME_DIR"),
+                           home.filePath(QStringLiteral("runtime")));
+        process.setProcessEnvironment(environment);
+        process.setProcessChannelMode(QProcess::ForwardedChannels);
+        process.start(QStringLiteral(ZELVORA_STUDIO_BINARY), arguments);
+        ASSERT_TRUE(process.waitForStarted(5000)) << process.errorString().toStdString();
+    }
+
+    // The program's socket, named as the program names it from its environment.
+    QString socketName() const {
+        const QByteArray saved = qgetenv("XDG_RUNTIME_DIR");
+        qputenv("XDG_RUNTIME_DIR", home.filePath(QStringLiteral("runtime")).toUtf8());
+        const QString name =
+            InstanceChannel::defaultName(configHome() + QStringLiteral("/zelvora-studio"));
+        qputenv("XDG_RUNTIME_DIR", saved);
+        return name;
+    }
+
+    std::optional<QJsonObject> ask(const QJsonObject& request) const {
+        return InstanceChannel::request(socketName(), request, 5000);
+    }
+
+    QStringList windowTitles() const {
+        QStringList titles;
+        if (const std::optional<QJsonObject> state = ask({{"command", "state"}})) {
+            for (const QJsonValue& window : state->value("windows").toArray()) {
+                titles << window.toObject().value("title").toString();
+            }
+        }
+        return titles;
+    }
+
+    bool hasWindowNamed(const QString& part) const {
+        for (const QString& title : windowTitles()) {
+            if (title.contains(part)) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+    QTemporaryDir home;
+    JackServer server;
+    QProcess program;
+    QProcess secondStart;
+};
+
+} // namespace
+
+TEST_F(ProgramOnJack, TheLetterKeyPlaysButtonAOnItsOutputsChannelsOnly) {
+    startProgram(program, {writeCartWall(QStringLiteral("Morning Show.zpreset")),
+                           QStringLiteral("--test-hooks")});
+    ASSERT_TRUE(waitUntil([&] { return hasWindowNamed(QStringLiteral("Morning Show")); }))
+        << "the program never showed its cart wall";
+
+    const std::optional<QJsonObject> typed = ask({{"command", "key"}, {"text", "a"}});
+    ASSERT_TRUE(typed.has_value());
+    ASSERT_TRUE(typed->value("ok").toBool()) << typed->value("error").toString().toStdString();
+
+    QString error;
+    std::unique_ptr<JackCapture> capture = JackCapture::open(4, JackServer::kSampleRate, &error);
+    ASSERT_NE(capture, nullptr) << error.toStdString();
+    ASSERT_TRUE(waitUntil([&] { return !capture->sourcesOf("system:playback_3").empty(); }))
+        << "the program never connected to the sound card";
+    for (int port = 1; port <= 4; ++port) {
+        capture->listenTo(port - 1, QStringLiteral("system:playback_%1").arg(port));
+    }
+    // The tone has started once channel 3 carries it; then a quarter second is measured.
+    ASSERT_TRUE(waitUntil([&] {
+        capture->restart();
+        return capture->waitForFrames(2048, 2000) && capture->peak(2) > 0.1;
+    })) << "button A never sounded on channel 3";
+    capture->restart();
+    ASSERT_TRUE(capture->waitForFrames(JackServer::kSampleRate / 4, 5000));
+    const double expectedRms = kToneAmplitude / std::sqrt(2.0);
+    EXPECT_NEAR(capture->rms(2), expectedRms, 0.05);
+    EXPECT_NEAR(capture->rms(3), expectedRms, 0.05);
+    EXPECT_NEAR(capture->toneFrequency(2, JackServer::kSampleRate), kToneFrequency, 5.0);
+    EXPECT_LT(capture->peak(0), 1e-4) << "channel 1 is not silent";
+    EXPECT_LT(capture->peak(1), 1e-4) << "channel 2 is not silent";
+
+    const std::optional<QJsonObject> state = ask({{"command", "state"}});
+    ASSERT_TRUE(state.has_value());
+    if (state->contains("outputs")) {
+        const QJsonObject strip = state->value("outputs").toArray().at(0).toObject();
+        EXPECT_EQ(strip.value("title").toString(), QStringLiteral("Station Tone"));
+    } else {
+        RecordProperty("outputs_panel", "not shown by this build of the program");
+    }
+}
+
+TEST_F(ProgramOnJack, ASecondStartHandsItsCartWallToTheRunningProgram) {
+    startProgram(program, {writeCartWall(QStringLiteral("Morning Show.zpreset")),
+                           QStringLiteral("--test-hooks")});
+    ASSERT_TRUE(waitUntil([&] { return hasWindowNamed(QStringLiteral("Morning Show")); }));
+
+    startProgram(secondStart, {writeCartWall(QStringLiteral("Evening Show.zpreset"))});
+    ASSERT_TRUE(secondStart.waitForFinished(kDeadlineMs)) << "the second start kept running";
+    EXPECT_EQ(secondStart.exitStatus(), QProcess::NormalExit);
+    EXPECT_EQ(secondStart.exitCode(), 0);
+    EXPECT_TRUE(waitUntil([&] { return hasWindowNamed(QStringLiteral("Evening Show")); }))
+        << "the running program did not open the handed-over cart wall";
+    EXPECT_TRUE(hasWindowNamed(QStringLiteral("Morning Show")));
+    EXPECT_EQ(program.state(), QProcess::Running);
+}
