@@ -8,6 +8,7 @@
 #include "outputs/OutputsMonitoringPanelController.h"
 
 #include <QApplication>
+#include <QDir>
 #include <QJsonArray>
 #include <QKeyEvent>
 #include <QWidget>
@@ -66,6 +67,7 @@ const QString DiagnosticCommands::kOption = QStringLiteral("--test-hooks");
 void DiagnosticCommands::install(InstanceChannel& channel) {
     channel.setHandler(QStringLiteral("key"), &DiagnosticCommands::pressKey);
     channel.setHandler(QStringLiteral("state"), [](const QJsonObject&) { return state(); });
+    channel.setHandler(QStringLiteral("grab"), &DiagnosticCommands::grabWindows);
 }
 
 QJsonObject DiagnosticCommands::pressKey(const QJsonObject& request) {
@@ -107,4 +109,25 @@ QJsonObject DiagnosticCommands::state() {
         answer.insert(QStringLiteral("outputs"), strips);
     }
     return answer;
+}
+
+QJsonObject DiagnosticCommands::grabWindows(const QJsonObject& request) {
+    const QDir folder(request.value(QStringLiteral("folder")).toString());
+    if (folder.path().isEmpty() || !folder.exists()) {
+        return failure(QStringLiteral("No such folder."));
+    }
+    QJsonArray files;
+    for (QWidget* widget : QApplication::topLevelWidgets()) {
+        if (!widget->isVisible()) {
+            continue;
+        }
+        QString name = widget->windowTitle().remove(QStringLiteral("[*]"));
+        name.replace(QLatin1Char('/'), QLatin1Char('-'));
+        const QString path = folder.filePath((name.isEmpty() ? QStringLiteral("window") : name) +
+                                             QStringLiteral(".png"));
+        if (widget->grab().save(path)) {
+            files.append(path);
+        }
+    }
+    return QJsonObject{{QStringLiteral("ok"), true}, {QStringLiteral("files"), files}};
 }

@@ -8,6 +8,8 @@
 //                                     through the application's normal event delivery
 //   {"command": "state"}              the open windows (title, whether active) and what
 //                                     each strip of the outputs panel shows
+//   {"command": "grab", "folder": f}  a PNG picture of every visible window in folder f,
+//                                     named after the window's title
 //
 // Main thread only.
 
@@ -25,4 +27,5 @@ public:
 
     static QJsonObject pressKey(const QJsonObject& request);
     static QJsonObject state();
+    static QJsonObject grabWindows(const QJsonObject& request);
 };
