@@ -97,7 +97,7 @@ protected:
 
     // A cart wall named `name` whose button A plays a 30-second tone on output 1.
     QString writeCartWall(const QString& name) {
-        const QString tone = home.filePath(QStringLiteral("tone.wav"));
+        const QString tone = home.filePath(QStringLiteral("tone.flac"));
         if (!QFileInfo::exists(tone)) {
             media::ToneGenerator generator =
                 media::ToneGenerator::sine(kToneFrequency, kToneAmplitude, 48000, 2);
@@ -112,7 +112,7 @@ protected:
         const QString path = home.filePath(name);
         QString error;
         EXPECT_TRUE(DemoCartWall::writeCartWall(
-            path, {{0, QStringLiteral("tone.wav"), QStringLiteral("Station Tone"), 30.0, {}}},
+            path, {{0, QStringLiteral("tone.flac"), QStringLiteral("Station Tone"), 30.0, {}}},
             {tone}, &error))
             << error.toStdString();
         return path;
