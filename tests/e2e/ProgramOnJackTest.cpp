@@ -13,13 +13,12 @@
 #include "media/ToneGenerator.h"
 #include "tests/support/JackCapture.h"
 #include "tests/support/JackServer.h"
+#include "tests/support/PollUntil.h"
 
 #include <QDir>
-#include <QElapsedTimer>
 #include <QJsonArray>
 #include <QProcess>
 #include <QTemporaryDir>
-#include <QThread>
 #include <functional>
 #include <gtest/gtest.h>
 #include <optional>
@@ -42,16 +41,9 @@ std::string reasonToSkip() {
 #endif
 }
 
+// The program and the server answer within seconds; a busy machine gets generous time.
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs = kDeadlineMs) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > timeoutMs) {
-            return false;
-        }
-        QThread::msleep(20);
-    }
-    return true;
+    return pollUntil(condition, timeoutMs, 20);
 }
 
 class ProgramOnJack : public ::testing::Test {

@@ -11,9 +11,8 @@
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/JackCapture.h"
 #include "tests/support/JackServer.h"
+#include "tests/support/PollUntil.h"
 
-#include <QElapsedTimer>
-#include <QThread>
 #include <atomic>
 #include <cmath>
 #include <functional>
@@ -71,15 +70,7 @@ private:
 };
 
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs = kDeadlineMs) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > timeoutMs) {
-            return false;
-        }
-        QThread::msleep(2);
-    }
-    return true;
+    return pollUntil(condition, timeoutMs);
 }
 
 std::optional<AudioDeviceInfo> findDevice(const std::vector<AudioDeviceInfo>& devices,
