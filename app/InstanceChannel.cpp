@@ -17,6 +17,8 @@ namespace {
 const QString kOpenCommand = QStringLiteral("open");
 // A request line longer than this is not a request: the connection is dropped.
 constexpr qsizetype kLongestRequest = 1 << 20;
+// How long listen() waits for a connection to a socket that is already there.
+constexpr int kProbeMilliseconds = 500;
 
 QJsonObject failure(const QString& message) {
     return QJsonObject{{QStringLiteral("ok"), false}, {QStringLiteral("error"), message}};
@@ -97,21 +99,31 @@ bool InstanceChannel::handOver(const QStringList& paths, int timeoutMs) const {
 }
 
 bool InstanceChannel::listen() {
+    // A socket that takes connections belongs to a program that is alive but did not
+    // answer in time (busy, or hung): it keeps its socket, and this start runs alone.
+    if (someoneListens()) {
+        qCWarning(lcApp) << "another start listens on" << _name << "but does not answer";
+        return false;
+    }
+    // Whatever is left at the name is what a crashed start left behind.
+    QLocalServer::removeServer(_name);
     _server = std::make_unique<QLocalServer>();
     _server->setSocketOptions(QLocalServer::UserAccessOption);
     if (!_server->listen(_name)) {
-        // Nobody answered handOver(), so the socket is what a crashed start left behind.
-        QLocalServer::removeServer(_name);
-        if (!_server->listen(_name)) {
-            qCWarning(lcApp) << "cannot listen for later starts on" << _name << ":"
-                             << _server->errorString();
-            _server.reset();
-            return false;
-        }
+        qCWarning(lcApp) << "cannot listen for later starts on" << _name << ":"
+                         << _server->errorString();
+        _server.reset();
+        return false;
     }
     connect(_server.get(), &QLocalServer::newConnection, this, &InstanceChannel::acceptConnections);
     qCDebug(lcApp) << "listening for later starts on" << _server->fullServerName();
     return true;
+}
+
+bool InstanceChannel::someoneListens() const {
+    QLocalSocket socket;
+    socket.connectToServer(_name);
+    return socket.waitForConnected(kProbeMilliseconds);
 }
 
 bool InstanceChannel::isListening() const {

@@ -52,7 +52,9 @@ public:
     bool handOver(const QStringList& paths, int timeoutMs = 3000) const;
 
     // Server side: starts listening, replacing a socket left behind by a program that
-    // ended without closing it. Call after handOver() said nobody listens.
+    // ended without closing it (never that of a live program that merely did not
+    // answer: then false, and this start runs without a channel). Call after handOver()
+    // said nobody listens.
     bool listen();
     bool isListening() const;
 
@@ -65,6 +67,7 @@ signals:
     void openRequested(const QStringList& paths);
 
 private:
+    bool someoneListens() const;
     void acceptConnections();
     void readRequests(QLocalSocket* socket);
     QJsonObject answer(const QByteArray& line);

@@ -8,7 +8,9 @@
 #include <QCoreApplication>
 #include <QDir>
 #include <QFile>
+#include <QFileInfo>
 #include <QJsonArray>
+#include <QLocalServer>
 #include <QLocalSocket>
 #include <QSignalSpy>
 #include <QTemporaryDir>
@@ -94,6 +96,17 @@ TEST_F(InstanceChannelTest, ASocketLeftBehindByACrashedStartIsReplaced) {
     ASSERT_TRUE(running.listen());
     InstanceChannel second(socketName());
     EXPECT_TRUE(served([&] { return second.handOver({}); }));
+}
+
+TEST_F(InstanceChannelTest, ALiveProgramThatDoesNotAnswerKeepsItsSocket) {
+    QLocalServer hung; // takes connections, never answers
+    ASSERT_TRUE(hung.listen(socketName()));
+    InstanceChannel second(socketName());
+    EXPECT_FALSE(second.handOver({}, 300));
+    EXPECT_FALSE(second.listen());
+    EXPECT_FALSE(second.isListening());
+    EXPECT_TRUE(hung.isListening());
+    EXPECT_TRUE(QFileInfo::exists(socketName()));
 }
 
 TEST_F(InstanceChannelTest, GarbageAndUnknownCommandsAreRefusedAndChangeNothing) {
