@@ -3,7 +3,8 @@
 // button A holds a tone on an output that uses device channels 3 and 4, the letter "a"
 // typed into the front window through the program's diagnostic socket, and a JACK
 // capture client that hears what reaches the server's playback ports. A second start
-// with another cart wall hands it to the running program and ends.
+// with another cart wall hands it to the running program and ends; a start with --demo
+// writes the demo cart wall, opens it, and its button A sounds.
 
 #include "app/DemoCartWall.h"
 #include "app/InstanceChannel.h"
@@ -220,4 +221,36 @@ TEST_F(ProgramOnJack, ASecondStartHandsItsCartWallToTheRunningProgram) {
         << "the running program did not open the handed-over cart wall";
     EXPECT_TRUE(hasWindowNamed(QStringLiteral("Morning Show")));
     EXPECT_EQ(program.state(), QProcess::Running);
+}
+
+TEST_F(ProgramOnJack, TheDemoCartWallIsWrittenOnTheFirstStartAndItsToneSounds) {
+    startProgram(program, {QStringLiteral("--demo"), QStringLiteral("--test-hooks")});
+    ASSERT_TRUE(waitUntil([&] { return hasWindowNamed(QStringLiteral("Demo Cart Wall")); }))
+        << "the program did not open its demo";
+    EXPECT_TRUE(QFileInfo::exists(home.filePath(QStringLiteral("data/zelvora-studio/Demo/") +
+                                                DemoCartWall::kPresetFileName)));
+
+    // Button A of the demo is a 440 Hz tone on output 1, here channels 3 and 4.
+    ASSERT_TRUE(ask({{"command", "key"}, {"text", "a"}}).has_value());
+    QString error;
+    std::unique_ptr<JackCapture> capture = JackCapture::open(2, JackServer::kSampleRate, &error);
+    ASSERT_NE(capture, nullptr) << error.toStdString();
+    ASSERT_TRUE(waitUntil([&] { return !capture->sourcesOf("system:playback_3").empty(); }));
+    capture->listenTo(0, QStringLiteral("system:playback_3"));
+    capture->listenTo(1, QStringLiteral("system:playback_4"));
+    ASSERT_TRUE(waitUntil([&] {
+        capture->restart();
+        return capture->waitForFrames(2048, 2000) && capture->peak(0) > 0.1;
+    })) << "the demo's button A never sounded";
+    capture->restart();
+    ASSERT_TRUE(capture->waitForFrames(JackServer::kSampleRate / 4, 5000));
+    EXPECT_NEAR(capture->toneFrequency(0, JackServer::kSampleRate), 440.0, 5.0);
+    EXPECT_NEAR(capture->toneFrequency(1, JackServer::kSampleRate), 440.0, 5.0);
+
+    // Pictures of the playing demo for review, where the developer asked for them.
+    const QString folder = qEnvironmentVariable("ZELVORA_SCREENSHOT_DIR", home.path());
+    QDir().mkpath(folder);
+    const std::optional<QJsonObject> grabbed = ask({{"command", "grab"}, {"folder", folder}});
+    ASSERT_TRUE(grabbed.has_value());
+    EXPECT_FALSE(grabbed->value("files").toArray().isEmpty());
 }
