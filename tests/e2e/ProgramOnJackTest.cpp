@@ -158,6 +158,40 @@ protected:
         return false;
     }
 
+    // A capture of system:playback_1 to _4 once the program feeds them and channel 3
+    // carries a sound, holding a quarter second recorded from then; null (with the
+    // failure reported) when that never happens.
+    std::unique_ptr<JackCapture> recordOnceChannelThreeSounds() {
+        QString error;
+        std::unique_ptr<JackCapture> capture =
+            JackCapture::open(4, JackServer::kSampleRate, &error);
+        if (!capture) {
+            ADD_FAILURE() << error.toStdString();
+            return nullptr;
+        }
+        if (!waitUntil([&] { return !capture->sourcesOf("system:playback_3").empty(); })) {
+            ADD_FAILURE() << "the program never connected to the sound card";
+            return nullptr;
+        }
+        for (int port = 1; port <= 4; ++port) {
+            capture->listenTo(port - 1, QStringLiteral("system:playback_%1").arg(port));
+        }
+        const bool sounded = waitUntil([&] {
+            capture->restart();
+            return capture->waitForFrames(2048, 2000) && capture->peak(2) > 0.1;
+        });
+        if (!sounded) {
+            ADD_FAILURE() << "nothing sounded on channel 3";
+            return nullptr;
+        }
+        capture->restart();
+        if (!capture->waitForFrames(JackServer::kSampleRate / 4, 5000)) {
+            ADD_FAILURE() << "the capture stopped recording";
+            return nullptr;
+        }
+        return capture;
+    }
+
     QTemporaryDir home;
     JackServer server;
     QProcess program;
@@ -176,21 +210,8 @@ TEST_F(ProgramOnJack, TheLetterKeyPlaysButtonAOnItsOutputsChannelsOnly) {
     ASSERT_TRUE(typed.has_value());
     ASSERT_TRUE(typed->value("ok").toBool()) << typed->value("error").toString().toStdString();
 
-    QString error;
-    std::unique_ptr<JackCapture> capture = JackCapture::open(4, JackServer::kSampleRate, &error);
-    ASSERT_NE(capture, nullptr) << error.toStdString();
-    ASSERT_TRUE(waitUntil([&] { return !capture->sourcesOf("system:playback_3").empty(); }))
-        << "the program never connected to the sound card";
-    for (int port = 1; port <= 4; ++port) {
-        capture->listenTo(port - 1, QStringLiteral("system:playback_%1").arg(port));
-    }
-    // The tone has started once channel 3 carries it; then a quarter second is measured.
-    ASSERT_TRUE(waitUntil([&] {
-        capture->restart();
-        return capture->waitForFrames(2048, 2000) && capture->peak(2) > 0.1;
-    })) << "button A never sounded on channel 3";
-    capture->restart();
-    ASSERT_TRUE(capture->waitForFrames(JackServer::kSampleRate / 4, 5000));
+    const std::unique_ptr<JackCapture> capture = recordOnceChannelThreeSounds();
+    ASSERT_NE(capture, nullptr) << "button A never sounded on channel 3";
     const double expectedRms = kToneAmplitude / std::sqrt(2.0);
     EXPECT_NEAR(capture->rms(2), expectedRms, 0.05);
     EXPECT_NEAR(capture->rms(3), expectedRms, 0.05);
@@ -232,20 +253,10 @@ TEST_F(ProgramOnJack, TheDemoCartWallIsWrittenOnTheFirstStartAndItsToneSounds) {
 
     // Button A of the demo is a 440 Hz tone on output 1, here channels 3 and 4.
     ASSERT_TRUE(ask({{"command", "key"}, {"text", "a"}}).has_value());
-    QString error;
-    std::unique_ptr<JackCapture> capture = JackCapture::open(2, JackServer::kSampleRate, &error);
-    ASSERT_NE(capture, nullptr) << error.toStdString();
-    ASSERT_TRUE(waitUntil([&] { return !capture->sourcesOf("system:playback_3").empty(); }));
-    capture->listenTo(0, QStringLiteral("system:playback_3"));
-    capture->listenTo(1, QStringLiteral("system:playback_4"));
-    ASSERT_TRUE(waitUntil([&] {
-        capture->restart();
-        return capture->waitForFrames(2048, 2000) && capture->peak(0) > 0.1;
-    })) << "the demo's button A never sounded";
-    capture->restart();
-    ASSERT_TRUE(capture->waitForFrames(JackServer::kSampleRate / 4, 5000));
-    EXPECT_NEAR(capture->toneFrequency(0, JackServer::kSampleRate), 440.0, 5.0);
-    EXPECT_NEAR(capture->toneFrequency(1, JackServer::kSampleRate), 440.0, 5.0);
+    const std::unique_ptr<JackCapture> capture = recordOnceChannelThreeSounds();
+    ASSERT_NE(capture, nullptr) << "the demo's button A never sounded";
+    EXPECT_NEAR(capture->toneFrequency(2, JackServer::kSampleRate), 440.0, 5.0);
+    EXPECT_NEAR(capture->toneFrequency(3, JackServer::kSampleRate), 440.0, 5.0);
 
     // Pictures of the playing demo for review, where the developer asked for them.
     const QString folder = qEnvironmentVariable("ZELVORA_SCREENSHOT_DIR", home.path());
