@@ -10,6 +10,7 @@
 #include <QDir>
 #include <QFileInfo>
 #include <QStandardPaths>
+#include <QThreadPool>
 #include <algorithm>
 #include <cmath>
 
@@ -176,13 +177,25 @@ const std::vector<DemoCartWall::Button>& DemoCartWall::buttons() {
 }
 
 QStringList DemoCartWall::documentsForStart(const QStringList& arguments) {
-    DemoCartWall demo(defaultFolder());
+    if (!arguments.contains(kOption)) {
+        // Encoding the sounds takes a moment that the first window should not wait for.
+        // The folder is read here: the environment belongs to this thread's start.
+        const QString folder = defaultFolder();
+        QThreadPool::globalInstance()->start([folder] { writeLogged(folder); });
+        return {};
+    }
+    const QString folder = defaultFolder();
+    return writeLogged(folder) ? QStringList{DemoCartWall(folder).presetPath()} : QStringList{};
+}
+
+bool DemoCartWall::writeLogged(const QString& folder) {
+    DemoCartWall demo(folder);
     QString error;
     if (demo.ensureWritten(&error) == State::Failed) {
         qCWarning(lcApp) << "the demo cart wall could not be written:" << error;
-        return {};
+        return false;
     }
-    return arguments.contains(kOption) ? QStringList{demo.presetPath()} : QStringList{};
+    return true;
 }
 
 DemoCartWall::State DemoCartWall::ensureWritten(QString* error) {

@@ -9,7 +9,8 @@
 // wall file goes last, so a start interrupted while writing the sounds writes them again
 // next time. A demo the user has changed or moved sounds from is never overwritten.
 //
-// Thread contract: main thread only (any one thread at a time).
+// Thread contract: any one thread at a time per folder; the program writes its demo on a
+// worker thread unless it opens it at once.
 
 #include <QString>
 #include <QVariantMap>
@@ -44,9 +45,10 @@ public:
 
     // "--demo"
     static const QString kOption;
-    // What a start that names no document opens: writes the program's demo when it is
-    // not there yet, and answers its cart wall when `arguments` ask for it with --demo
-    // (nothing otherwise: the start opens an untitled cart wall, as an operator expects).
+    // What a start that names no document opens: with --demo in `arguments` the
+    // program's demo, written first when it is not there yet; else nothing (the start
+    // opens an untitled cart wall, as an operator expects) while the demo is written on
+    // a worker thread, so that the first window need not wait for it.
     static QStringList documentsForStart(const QStringList& arguments);
 
     // Writes the sounds and the cart wall unless the cart wall is there already. On
@@ -60,6 +62,8 @@ public:
                               const QStringList& paths, QString* error);
 
 private:
+    // ensureWritten() on the demo in `folder`, logging a failure.
+    static bool writeLogged(const QString& folder);
     bool writeSounds(QString* error) const;
 
     QString _folder;

@@ -12,6 +12,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QThreadPool>
 #include <cmath>
 #include <gtest/gtest.h>
 
@@ -134,10 +135,13 @@ TEST_F(DemoCartWallTest, AStartOpensTheDemoOnlyWhenAskedAndWritesItEitherWay) {
     EXPECT_TRUE(preset.endsWith(QStringLiteral("/zelvora-studio/Demo/Demo Cart Wall.zpreset")));
 
     EXPECT_TRUE(DemoCartWall::documentsForStart({QStringLiteral("zelvora-studio")}).isEmpty());
+    QThreadPool::globalInstance()->waitForDone();
     EXPECT_TRUE(QFileInfo::exists(preset));
+    QFile::remove(preset);
     EXPECT_EQ(DemoCartWall::documentsForStart(
                   {QStringLiteral("zelvora-studio"), QStringLiteral("--demo")}),
               QStringList{preset});
+    EXPECT_TRUE(QFileInfo::exists(preset)) << "written before it is opened";
 }
 
 } // namespace
