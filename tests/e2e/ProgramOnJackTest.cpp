@@ -15,6 +15,9 @@
 #include "tests/support/JackCapture.h"
 #include "tests/support/JackServer.h"
 #include "tests/support/PollUntil.h"
+#ifdef ZELVORA_E2E_XTEST
+#include "tests/e2e/XvfbDisplay.h"
+#endif
 
 #include <QDir>
 #include <QJsonArray>
@@ -111,9 +114,15 @@ protected:
         return path;
     }
 
-    void startProgram(QProcess& process, const QStringList& arguments) {
+    // Starts the program on the offscreen platform, or with `display` on that X server.
+    void startProgram(QProcess& process, const QStringList& arguments,
+                      const QString& display = QString()) {
         QProcessEnvironment environment = QProcessEnvironment::systemEnvironment();
-        environment.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        environment.insert(QStringLiteral("QT_QPA_PLATFORM"),
+                           display.isEmpty() ? QStringLiteral("offscreen") : QStringLiteral("xcb"));
+        if (!display.isEmpty()) {
+            environment.insert(QStringLiteral("DISPLAY"), display);
+        }
         environment.insert(QStringLiteral("ZELVORA_AUDIO"), QStringLiteral("rtaudio"));
         environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
         environment.insert(QStringLiteral("XDG_DATA_HOME"), home.filePath(QStringLiteral("data")));
@@ -147,6 +156,18 @@ protected:
             }
         }
         return titles;
+    }
+
+    bool isActiveWindow(const QString& part) const {
+        if (const std::optional<QJsonObject> state = ask({{"command", "state"}})) {
+            for (const QJsonValue& window : state->value("windows").toArray()) {
+                if (window.toObject().value("title").toString().contains(part) &&
+                    window.toObject().value("active").toBool()) {
+                    return true;
+                }
+            }
+        }
+        return false;
     }
 
     bool hasWindowNamed(const QString& part) const {
@@ -265,3 +286,33 @@ TEST_F(ProgramOnJack, TheDemoCartWallIsWrittenOnTheFirstStartAndItsToneSounds) {
     ASSERT_TRUE(grabbed.has_value());
     EXPECT_FALSE(grabbed->value("files").toArray().isEmpty());
 }
+
+#ifdef ZELVORA_E2E_XTEST
+TEST_F(ProgramOnJack, ARealKeyPressOnAnXServerPlaysButtonA) {
+    if (!XvfbDisplay::isInstalled()) {
+        GTEST_SKIP() << "Xvfb is not installed (Debian package xvfb)";
+    }
+    XvfbDisplay display;
+    QString error;
+    ASSERT_TRUE(display.start(&error)) << error.toStdString();
+    startProgram(
+        program,
+        {writeCartWall(QStringLiteral("Morning Show.zpreset")), QStringLiteral("--test-hooks")},
+        display.name());
+    ASSERT_TRUE(waitUntil([&] { return hasWindowNamed(QStringLiteral("Morning Show")); }));
+    // The keyboard goes to the cart wall, as a click on its title bar would send it.
+    ASSERT_TRUE(waitUntil([&] {
+        return display.focus(QStringLiteral("Morning Show"), &error) &&
+               isActiveWindow(QStringLiteral("Morning Show"));
+    })) << error.toStdString();
+
+    display.pressKey('a');
+    const std::unique_ptr<JackCapture> capture = recordOnceChannelThreeSounds();
+    ASSERT_NE(capture, nullptr) << "the key press never fired button A";
+    EXPECT_NEAR(capture->toneFrequency(2, JackServer::kSampleRate), kToneFrequency, 5.0);
+    EXPECT_LT(capture->peak(0), 1e-4) << "channel 1 is not silent";
+    // The program goes before its X server does.
+    program.kill();
+    program.waitForFinished(5000);
+}
+#endif
