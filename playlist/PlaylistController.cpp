@@ -1,7 +1,6 @@
 #include "playlist/PlaylistController.h"
 
 #include "clip/SoundClip.h"
-#include "editing/CCountdownFormatter.h"
 #include "foundation/Logging.h"
 #include "outputs/CProgressView.h"
 #include "outputs/LedButton.h"
@@ -146,6 +145,7 @@ QWidget* PlaylistController::buildTransportStrip() {
     connect(_pauseButton, &QPushButton::clicked, this, &PlaylistController::pausePlayback);
     connect(_duckingButton, &QPushButton::clicked, this, &PlaylistController::duckPlayback);
     buttons->addStretch(1);
+    buttons->addWidget(new QLabel(tr("Output")));
     _soundOutputButton = new QComboBox;
     _soundOutputButton->setFocusPolicy(Qt::NoFocus);
     connect(_soundOutputButton, &QComboBox::activated, this,
@@ -228,7 +228,10 @@ void PlaylistController::fillSoundOutputButton() {
     for (const SoundClip::PopUpItem& item : choices.items) {
         _soundOutputButton->addItem(item.title, item.tag);
     }
-    _soundOutputButton->setCurrentIndex(choices.selectedIndex);
+    // Without a current device the pop-up shows its title ("Built-in Output").
+    _soundOutputButton->setCurrentIndex(choices.selectedIndex >= 0
+                                            ? choices.selectedIndex
+                                            : _soundOutputButton->findText(choices.title));
 }
 
 QWidget* PlaylistController::window() const {
@@ -236,16 +239,7 @@ QWidget* PlaylistController::window() const {
 }
 
 void PlaylistController::showTime(QLineEdit* field, double seconds) {
-    if (field == _remainingTimeField) {
-        const CCountdownFormatter::ColoredString text =
-            CCountdownFormatter().attributedStringForObjectValue(seconds);
-        field->setText(text.text);
-        QPalette palette = field->palette();
-        palette.setColor(QPalette::Text, text.color);
-        field->setPalette(palette);
-    } else {
-        field->setText(_timeFormatter.stringForObjectValue(seconds));
-    }
+    field->setText(_timeFormatter.stringForObjectValue(seconds));
 }
 
 bool PlaylistController::eventFilter(QObject* watched, QEvent* event) {
