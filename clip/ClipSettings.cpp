@@ -35,3 +35,14 @@ int clipSettingsInt(const QVariantMap& record, const QString& key) {
 QString clipSettingsString(const QVariantMap& record, const QString& key) {
     return stringFromValue(record.value(key), QString());
 }
+
+bool clipSettingsMatchMIDINote(const QVariantMap& record, const QString& sourceName, int channel,
+                               int note) {
+    if (!record.contains(settingsKey_MIDINote) || !record.contains(settingsKey_MIDIChannel) ||
+        !record.contains(settingsKey_MIDISourceName)) {
+        return false;
+    }
+    return clipSettingsString(record, settingsKey_MIDISourceName) == sourceName &&
+           clipSettingsInt(record, settingsKey_MIDIChannel) == channel &&
+           clipSettingsInt(record, settingsKey_MIDINote) == note;
+}

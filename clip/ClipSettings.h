@@ -53,3 +53,9 @@ bool clipSettingsBool(const QVariantMap& record, const QString& key);
 double clipSettingsDouble(const QVariantMap& record, const QString& key);
 int clipSettingsInt(const QVariantMap& record, const QString& key);
 QString clipSettingsString(const QVariantMap& record, const QString& key);
+
+// Whether `record` holds a MIDI trigger ("MIDI Note", "MIDI Channel" and "MIDI Source
+// Name", all three) for this note on this channel from the source named `sourceName`.
+// A cleared trigger (source name "") never matches, since no source has an empty name.
+bool clipSettingsMatchMIDINote(const QVariantMap& record, const QString& sourceName, int channel,
+                               int note);

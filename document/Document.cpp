@@ -104,3 +104,14 @@ bool Document::eventFilter(QObject* watched, QEvent* event) {
     }
     return QObject::eventFilter(watched, event);
 }
+
+void Document::stopOtherDocuments() {
+    if (!_documentController) {
+        return;
+    }
+    for (Document* other : _documentController->documents()) {
+        if (other != this) {
+            other->stopDocument(this);
+        }
+    }
+}

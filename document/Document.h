@@ -68,6 +68,10 @@ public:
     virtual bool hasPlayingClips() const { return false; }
     // Another document (`sender`) asks the others to stop. Does nothing by default.
     virtual void stopDocument(Document* sender) { (void)sender; }
+    // Asks every other document of the controller, in opening order and of any type, to
+    // stop (what firing with "Fade Other Documents" or Shift does). Nothing without a
+    // controller.
+    void stopOtherDocuments();
     // Asked before the window closes (before the save question); false keeps it open.
     virtual bool windowShouldClose() { return true; }
     // The window was moved by the user or the window system.
