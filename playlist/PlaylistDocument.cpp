@@ -5,12 +5,12 @@
 #include "clip/SharedOutputsController.h"
 #include "clip/SoundClip.h"
 #include "clip/ValueConversion.h"
+#include "document/AssignMIDINotePanel.h"
 #include "foundation/Logging.h"
 #include "foundation/PropertyList.h"
 #include "playlist/PlaylistController.h"
 #include "playlist/PlaylistDocumentController.h"
 
-#include <QDialog>
 #include <QUrl>
 
 const QString PlaylistDocument::kTypeName = QStringLiteral("PlaylistDocument");
@@ -257,17 +257,6 @@ bool PlaylistDocument::hasPlayingClips() const {
         }
     }
     return false;
-}
-
-void PlaylistDocument::stopOtherDocuments() {
-    if (!documentController()) {
-        return;
-    }
-    for (Document* other : documentController()->documents()) {
-        if (other != this) {
-            other->stopDocument(this);
-        }
-    }
 }
 
 void PlaylistDocument::stopDocument(Document* sender) {

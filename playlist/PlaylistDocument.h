@@ -26,8 +26,8 @@
 #include <array>
 #include <memory>
 
+class AssignMIDINotePanel;
 class PlaylistDocumentController;
-class QDialog;
 class SoundClip;
 
 class PlaylistDocument : public Document, public MIDIEventReceiver {
@@ -101,8 +101,6 @@ public:
     // ---- Rules ----
     // Any clip playing or paused.
     bool hasPlayingClips() const override;
-    // Asks every other open document, of any type, to stop.
-    void stopOtherDocuments();
     // Another document fired with "Fade Other Documents" or Shift: the current clip
     // fades out.
     void stopDocument(Document* sender) override;
@@ -120,7 +118,7 @@ public:
     // The slot waiting for a note; -1 when none.
     int assigningButtonIndex() const { return _assigningButtonIndex; }
     // The learning panel (null until first shown).
-    QDialog* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
+    AssignMIDINotePanel* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
 
 private:
     void markEdited();
@@ -128,7 +126,7 @@ private:
     std::unique_ptr<SoundClip> loadClip(const QVariantMap& root, int index) const;
     void learnMIDINote(const MIDIEvent& event);
     void fireMatchingSlots(const MIDIEvent& event);
-    QDialog* makeAssignMIDINotePanel();
+    AssignMIDINotePanel* makeAssignMIDINotePanel();
 
     std::array<std::unique_ptr<SoundClip>, kClipsCount> _clips;
     QVariantMap _defaultClipSettings;
@@ -140,6 +138,6 @@ private:
     std::unique_ptr<PlaylistDocumentController> _controller;
     // Declared after the controller: a panel shown over the window is the window's child
     // and must go before it.
-    std::unique_ptr<QDialog> _assignMIDINotePanel;
+    std::unique_ptr<AssignMIDINotePanel> _assignMIDINotePanel;
     bool _closed = false;
 };

@@ -6,32 +6,12 @@
 #include "clip/MIDIController.h"
 #include "clip/MIDIEvent.h"
 #include "clip/SoundClip.h"
+#include "document/AssignMIDINotePanel.h"
 #include "foundation/Logging.h"
 #include "playlist/PlaylistDocumentController.h"
 
 #include <QApplication>
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QLabel>
-#include <QPushButton>
-#include <QVBoxLayout>
 #include <QWidget>
-
-namespace {
-
-// The three entries a trigger needs; a slot without all of them never fires.
-bool matchesTrigger(const QVariantMap& settings, const QString& sourceName,
-                    const MIDIEvent& event) {
-    if (!settings.contains(settingsKey_MIDINote) || !settings.contains(settingsKey_MIDIChannel) ||
-        !settings.contains(settingsKey_MIDISourceName)) {
-        return false;
-    }
-    return clipSettingsString(settings, settingsKey_MIDISourceName) == sourceName &&
-           clipSettingsInt(settings, settingsKey_MIDIChannel) == event.channel() &&
-           clipSettingsInt(settings, settingsKey_MIDINote) == event.note();
-}
-
-} // namespace
 
 void PlaylistDocument::receiveMIDIEvent(const MIDIEvent& event) {
     if (_assigningButtonIndex >= 0) {
@@ -65,7 +45,9 @@ void PlaylistDocument::fireMatchingSlots(const MIDIEvent& event) {
     }
     for (int i = 0; i < kClipsCount; ++i) {
         const SoundClip* clip = clipAtIndex(i);
-        if (clip && clip->settings() && matchesTrigger(*clip->settings(), *sourceName, event)) {
+        if (clip && clip->settings() &&
+            clipSettingsMatchMIDINote(*clip->settings(), *sourceName, event.channel(),
+                                      event.note())) {
             _controller->startPlayback(i);
         }
     }
@@ -76,8 +58,8 @@ void PlaylistDocument::assignMIDINoteToButton(int index) {
         return;
     }
     _assigningButtonIndex = index;
-    QDialog* panel = makeAssignMIDINotePanel();
-    panel->findChild<QLabel*>()->setText(
+    AssignMIDINotePanel* panel = makeAssignMIDINotePanel();
+    panel->setText(
         QStringLiteral("Play a note on your MIDI device to assign it to row %1.").arg(index + 1));
     // A sheet over the playlist window: that window waits, the rest of the program (and
     // the MIDI tick that ends learning) runs on.
@@ -114,22 +96,12 @@ void PlaylistDocument::endLearning() {
     }
 }
 
-QDialog* PlaylistDocument::makeAssignMIDINotePanel() {
+AssignMIDINotePanel* PlaylistDocument::makeAssignMIDINotePanel() {
     if (!_assignMIDINotePanel) {
-        _assignMIDINotePanel = std::make_unique<QDialog>();
-        QDialog* panel = _assignMIDINotePanel.get();
-        panel->setWindowTitle(QStringLiteral("Assign MIDI Note"));
-        auto* layout = new QVBoxLayout(panel);
-        auto* text = new QLabel(panel);
-        text->setWordWrap(true);
-        layout->addWidget(text);
-        auto* buttons = new QDialogButtonBox(QDialogButtonBox::Cancel, panel);
-        QPushButton* clear =
-            buttons->addButton(QStringLiteral("Clear"), QDialogButtonBox::ResetRole);
-        layout->addWidget(buttons);
-        connect(clear, &QPushButton::clicked, this, &PlaylistDocument::clearMIDINote);
-        // Cancel, Escape and the close box all end learning without a note.
-        connect(panel, &QDialog::rejected, this, [this] {
+        _assignMIDINotePanel = std::make_unique<AssignMIDINotePanel>();
+        connect(_assignMIDINotePanel.get(), &AssignMIDINotePanel::clearRequested, this,
+                &PlaylistDocument::clearMIDINote);
+        connect(_assignMIDINotePanel.get(), &AssignMIDINotePanel::cancelled, this, [this] {
             if (_assigningButtonIndex >= 0) {
                 cancelAssignMIDINote();
             }

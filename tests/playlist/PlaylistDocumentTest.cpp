@@ -6,11 +6,11 @@
 #include "clip/MIDIController.h"
 #include "clip/MIDIEvent.h"
 #include "clip/SoundClip.h"
+#include "document/AssignMIDINotePanel.h"
 #include "foundation/PropertyList.h"
 #include "preset/PresetDocument.h"
 #include "tests/playlist/PlaylistTestSupport.h"
 
-#include <QDialog>
 #include <QFileInfo>
 #include <QSet>
 
