@@ -16,6 +16,11 @@ namespace {
 
 const QString kLockWindowPositionsKey = QStringLiteral("Lock Window Positions");
 
+std::function<void(QMenuBar*)>& applicationMenuMaker() {
+    static std::function<void(QMenuBar*)> maker;
+    return maker;
+}
+
 } // namespace
 
 DocumentMenuBar* DocumentMenuBar::install(QWidget* window, Document* document,
@@ -25,7 +30,15 @@ DocumentMenuBar* DocumentMenuBar::install(QWidget* window, Document* document,
     }
     auto* menuBar = new QMenuBar(window);
     window->layout()->setMenuBar(menuBar);
-    return new DocumentMenuBar(menuBar, document, session);
+    auto* documentMenuBar = new DocumentMenuBar(menuBar, document, session);
+    if (applicationMenuMaker()) {
+        applicationMenuMaker()(menuBar);
+    }
+    return documentMenuBar;
+}
+
+void DocumentMenuBar::setApplicationMenuMaker(std::function<void(QMenuBar*)> maker) {
+    applicationMenuMaker() = std::move(maker);
 }
 
 DocumentMenuBar::DocumentMenuBar(QMenuBar* menuBar, Document* document, DocumentSession& session)

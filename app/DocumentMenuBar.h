@@ -11,6 +11,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <functional>
 
 class Document;
 class DocumentSession;
@@ -25,6 +26,8 @@ public:
     // Puts a menu bar at the top of `window` (which must have a layout) for `document`.
     // The menu bar belongs to the window; this object is its child.
     static DocumentMenuBar* install(QWidget* window, Document* document, DocumentSession& session);
+    // Adds the application's own menu to every menu bar installed from now on (null: none).
+    static void setApplicationMenuMaker(std::function<void(QMenuBar*)> maker);
 
     QMenuBar* menuBar() const { return _menuBar; }
     QMenu* fileMenu() const { return _fileMenu; }
