@@ -1,9 +1,13 @@
 #include "app/ZelvoraApplication.h"
 
+#include "app/CAppController.h"
 #include "app/DemoCartWall.h"
 #include "app/DiagnosticCommands.h"
 #include "app/DocumentSession.h"
+#include "app/FfmpegVersionCheck.h"
 #include "app/InstanceChannel.h"
+#include "app/StudioLaunch.h"
+#include "app/hid/ControlSurfaces.h"
 #include "app/midi/MIDIConnections.h"
 #include "app/midi/RtMidiSourceList.h"
 #include "clip/ClipSettings.h"
@@ -67,8 +71,13 @@ ZelvoraApplication::ZelvoraApplication(int& argc, char** argv)
 }
 
 ZelvoraApplication::~ZelvoraApplication() {
-    // Documents stop their clips before the engine that plays them goes.
+    // The surfaces stop calling in first; documents stop their clips while the panels
+    // they report to and the engine that plays them are still there.
+    if (_launch) {
+        _launch->detach();
+    }
     _session.reset();
+    _launch.reset();
     _engine.reset();
     if (UserDefaults::standard() == _defaults.get()) {
         UserDefaults::setStandard(nullptr);
@@ -102,6 +111,9 @@ int ZelvoraApplication::run() {
         return 0;
     }
     _instance->listen();
+    if (!FfmpegVersionCheck::check()) {
+        return 1;
+    }
     if (DiagnosticCommands::wanted(arguments())) {
         DiagnosticCommands::install(*_instance);
     }
@@ -113,11 +125,18 @@ int ZelvoraApplication::run() {
     if (!MIDIController::sourceList()) {
         MIDIController::setSourceList(&platformMIDISources());
     }
+    // The panels come before any document, so the clips it loads report to them.
+    _launch = std::make_unique<StudioLaunch>();
+    _launch->startBeforeDocuments();
     _session = std::make_unique<DocumentSession>();
+    _launch->attach(*_session, ControlSurfaces::wantsSimulation(arguments()));
     connect(_instance.get(), &InstanceChannel::openRequested, this,
             &ZelvoraApplication::openHandedOver);
-    _session->openInitialDocuments(
-        documents.isEmpty() ? DemoCartWall::documentsForStart(arguments()) : documents);
+    const QStringList initial =
+        documents.isEmpty() ? DemoCartWall::documentsForStart(arguments()) : documents;
+    if (!initial.isEmpty() || _launch->appController()->applicationShouldOpenUntitledFile()) {
+        _session->openInitialDocuments(initial);
+    }
     qCInfo(lcApp) << "started" << applicationVersion();
     return exec();
 }

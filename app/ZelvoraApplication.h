@@ -1,9 +1,12 @@
 #pragma once
 
 // The application object: registers the factory value of every preference, installs the
-// user-defaults store, creates the audio engine (which picks its back end; the null one
-// when no device opens), opens the cart walls named on the command line (or an untitled
-// one) and runs the event loop. Main thread only.
+// user-defaults store, checks the decoding library's version, creates the audio engine
+// (which picks its back end; the null one when no device opens), the outputs panel, the
+// pre-listen player, the clip settings editor, the control surfaces (GPI boxes, keypad,
+// MIDI sources) and the application controller with its key interception, starts the
+// silence cycle, opens the documents named on the command line (or an untitled cart
+// wall) and runs the event loop. Main thread only.
 
 #include <QApplication>
 #include <QVariantMap>
@@ -11,6 +14,7 @@
 
 class DocumentSession;
 class InstanceChannel;
+class StudioLaunch;
 class UserDefaults;
 
 namespace media {
@@ -36,6 +40,8 @@ public:
 
     // The open documents and their commands; null before run().
     DocumentSession* documentSession() const { return _session.get(); }
+    // The panels, surfaces and controller made at launch; null before run().
+    StudioLaunch* launch() const { return _launch.get(); }
 
 private:
     void openHandedOver(const QStringList& paths);
@@ -43,5 +49,6 @@ private:
     std::unique_ptr<UserDefaults> _defaults;
     std::unique_ptr<InstanceChannel> _instance;
     std::unique_ptr<media::AudioEngine> _engine;
+    std::unique_ptr<StudioLaunch> _launch;
     std::unique_ptr<DocumentSession> _session;
 };
