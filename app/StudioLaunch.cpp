@@ -5,6 +5,7 @@
 #include "app/DocumentGPITargets.h"
 #include "app/DocumentMenuBar.h"
 #include "app/DocumentSession.h"
+#include "app/PreferencesController.h"
 #include "app/SilenceCycle.h"
 #include "app/hid/ControlSurfaces.h"
 #include "app/hid/GPIGlobalController.h"
@@ -61,7 +62,13 @@ void StudioLaunch::attach(DocumentSession& session, bool simulateSurfaces) {
     _appController->setOutputsPanel(_outputsPanel.get());
     _appController->setPreListener(_preListener.get());
     _appController->setSilenceCycle(_silenceCycle.get());
-    // The preferences window joins here: _appController->setPreferencesOpener(...).
+    // The preferences window is made the first time it is asked for.
+    _appController->setPreferencesOpener([this] {
+        if (!_preferences) {
+            _preferences = std::make_unique<PreferencesController>();
+        }
+        _preferences->showWindow();
+    });
     _appController->install();
     DocumentMenuBar::setApplicationMenuMaker(
         [controller = _appController.get()](QMenuBar* menuBar) {
@@ -84,4 +91,5 @@ void StudioLaunch::detach() {
         DocumentMenuBar::setApplicationMenuMaker(nullptr);
     }
     _appController.reset();
+    _preferences.reset();
 }

@@ -3,9 +3,9 @@
 // The long-lived parts the program makes at launch besides its documents: the silence
 // cycle, the outputs monitoring panel and the pre-listen player (shown at once), the
 // clip settings editor, the desktop's file services, the playlist document type, the
-// application controller with its key interception and menu, and the control surfaces
-// (GPI boxes and keypad, real or simulated) with their targets. Each is installed where
-// the windows reach it (StudioServices) and uninstalled when it goes.
+// application controller with its key interception and menu, the preferences window, and the
+// control surfaces (GPI boxes and keypad, real or simulated) with their targets. Each is installed
+// where the windows reach it (StudioServices) and uninstalled when it goes.
 //
 // The application makes the panels before the first document (so its clips report to
 // them), attaches the session once it exists and detaches it before the session goes.
@@ -22,6 +22,7 @@ class DocumentGPITargets;
 class DocumentSession;
 class OutputsMonitoringPanelController;
 class PreListeningController;
+class PreferencesController;
 class SilenceCycle;
 
 class StudioLaunch {
@@ -54,4 +55,5 @@ private:
     std::unique_ptr<CAppController> _appController;
     std::unique_ptr<DocumentGPITargets> _gpiTargets;
     std::unique_ptr<ControlSurfaces> _surfaces;
+    std::unique_ptr<PreferencesController> _preferences;
 };

@@ -130,6 +130,14 @@ TEST_F(LaunchTest, CartWallMenuBarCarriesTheApplicationMenu) {
         ASSERT_NE(newPlaylist, nullptr);
         ASSERT_NE(studioAction(window, QStringLiteral("New Preset")), nullptr);
         ASSERT_NE(studioAction(window, QStringLiteral("About Zelvora Studio")), nullptr);
+        QAction* preferences = studioAction(window, QStringLiteral("Preferences…"));
+        ASSERT_NE(preferences, nullptr);
+        preferences->trigger();
+        bool preferencesShown = false;
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            preferencesShown |= widget->inherits("PreferencesController") && widget->isVisible();
+        }
+        EXPECT_TRUE(preferencesShown);
         newPlaylist->trigger();
         ASSERT_EQ(documents(app).documents().size(), 2);
         EXPECT_EQ(documents(app).documents()[1]->typeName(), PlaylistDocument::kTypeName);
