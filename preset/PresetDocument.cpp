@@ -6,13 +6,13 @@
 #include "clip/SharedOutputsController.h"
 #include "clip/SoundClip.h"
 #include "document/AlertPresenter.h"
+#include "document/AssignMIDINotePanel.h"
 #include "document/DocumentController.h"
 #include "foundation/Logging.h"
 #include "foundation/PropertyList.h"
 #include "foundation/UserDefaults.h"
 #include "preset/PresetDocumentController.h"
 
-#include <QDialog>
 #include <QFileInfo>
 #include <QWidget>
 

@@ -28,7 +28,7 @@
 #include <memory>
 
 class PresetDocumentController;
-class QDialog;
+class AssignMIDINotePanel;
 class SoundClip;
 
 class PresetDocument : public Document, public MIDIEventReceiver {
@@ -142,7 +142,7 @@ public:
     // The button waiting for a note; -1 when none.
     int assigningButtonIndex() const { return _assigningButtonIndex; }
     // The learning panel (null until first shown).
-    QDialog* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
+    AssignMIDINotePanel* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
 
 private:
     void markEdited();
@@ -150,7 +150,7 @@ private:
     std::unique_ptr<SoundClip> loadClip(const QVariantMap& root, int index) const;
     void learnMIDINote(const MIDIEvent& event);
     void fireMatchingButtons(const MIDIEvent& event);
-    QDialog* makeAssignMIDINotePanel();
+    AssignMIDINotePanel* makeAssignMIDINotePanel();
 
     std::array<std::unique_ptr<SoundClip>, kClipsCount> _clips;
     QVariantMap _defaultClipSettings;
@@ -162,7 +162,7 @@ private:
     int _outputIndex = 0;
     QRectF _windowFrame;
     bool _cueMode = false;
-    std::unique_ptr<QDialog> _assignMIDINotePanel;
+    std::unique_ptr<AssignMIDINotePanel> _assignMIDINotePanel;
     std::unique_ptr<PresetDocumentController> _controller;
     bool _closed = false;
 };

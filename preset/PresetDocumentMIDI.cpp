@@ -6,22 +6,9 @@
 #include "clip/MIDIController.h"
 #include "clip/MIDIEvent.h"
 #include "clip/SoundClip.h"
+#include "document/AssignMIDINotePanel.h"
 #include "foundation/Logging.h"
 #include "preset/PresetDocumentController.h"
-
-#include <QDialog>
-#include <QDialogButtonBox>
-#include <QLabel>
-#include <QPushButton>
-#include <QVBoxLayout>
-#include <QWidget>
-
-namespace {
-bool hasTrigger(const QVariantMap& settings) {
-    return settings.contains(settingsKey_MIDINote) && settings.contains(settingsKey_MIDIChannel) &&
-           settings.contains(settingsKey_MIDISourceName);
-}
-} // namespace
 
 void PresetDocument::receiveMIDIEvent(const MIDIEvent& event) {
     if (_assigningButtonIndex >= 0) {
@@ -59,13 +46,9 @@ void PresetDocument::fireMatchingButtons(const MIDIEvent& event) {
     // Every matching button fires, in index order: one note may start several.
     for (int i = 0; i < kClipsCount; ++i) {
         const SoundClip* clip = clipAtIndex(i);
-        if (!clip || !clip->settings() || !hasTrigger(*clip->settings())) {
-            continue;
-        }
-        const QVariantMap& settings = *clip->settings();
-        if (clipSettingsString(settings, settingsKey_MIDISourceName) == *sourceName &&
-            clipSettingsInt(settings, settingsKey_MIDIChannel) == event.channel() &&
-            clipSettingsInt(settings, settingsKey_MIDINote) == event.note()) {
+        if (clip && clip->settings() &&
+            clipSettingsMatchMIDINote(*clip->settings(), *sourceName, event.channel(),
+                                      event.note())) {
             _controller->startPlayback(i);
         }
     }
@@ -76,11 +59,9 @@ void PresetDocument::assignMIDINoteToButton(int index) {
         return;
     }
     _assigningButtonIndex = index;
-    QDialog* panel = makeAssignMIDINotePanel();
-    if (auto* label = panel->findChild<QLabel*>(QStringLiteral("assignMIDINoteText"))) {
-        label->setText(QStringLiteral("Play a note on your MIDI device to assign it to button %1.")
-                           .arg(QChar(u'A' + index)));
-    }
+    AssignMIDINotePanel* panel = makeAssignMIDINotePanel();
+    panel->setText(QStringLiteral("Play a note on your MIDI device to assign it to button %1.")
+                       .arg(QChar(u'A' + index)));
     // Application-modal without a nested event loop: the MIDI tick that ends learning
     // keeps running, and so does everything else.
     panel->setWindowModality(Qt::ApplicationModal);
@@ -112,31 +93,16 @@ void PresetDocument::endLearning() {
     }
 }
 
-QDialog* PresetDocument::makeAssignMIDINotePanel() {
-    if (_assignMIDINotePanel) {
-        return _assignMIDINotePanel.get();
+AssignMIDINotePanel* PresetDocument::makeAssignMIDINotePanel() {
+    if (!_assignMIDINotePanel) {
+        _assignMIDINotePanel = std::make_unique<AssignMIDINotePanel>();
+        connect(_assignMIDINotePanel.get(), &AssignMIDINotePanel::clearRequested, this,
+                &PresetDocument::clearMIDINote);
+        connect(_assignMIDINotePanel.get(), &AssignMIDINotePanel::cancelled, this, [this] {
+            if (_assigningButtonIndex >= 0) {
+                cancelAssignMIDINote();
+            }
+        });
     }
-    auto panel = std::make_unique<QDialog>();
-    panel->setWindowTitle(QStringLiteral("Assign MIDI Note"));
-    auto* layout = new QVBoxLayout(panel.get());
-    auto* text = new QLabel(panel.get());
-    text->setObjectName(QStringLiteral("assignMIDINoteText"));
-    text->setWordWrap(true);
-    layout->addWidget(text);
-    auto* buttons = new QDialogButtonBox(panel.get());
-    QPushButton* clear = buttons->addButton(QStringLiteral("Clear"), QDialogButtonBox::ResetRole);
-    QPushButton* cancel =
-        buttons->addButton(QStringLiteral("Cancel"), QDialogButtonBox::RejectRole);
-    cancel->setDefault(true);
-    layout->addWidget(buttons);
-    QObject::connect(clear, &QPushButton::clicked, this, [this] { clearMIDINote(); });
-    QObject::connect(cancel, &QPushButton::clicked, this, [this] { cancelAssignMIDINote(); });
-    // Escape or the window's close box cancel as well.
-    QObject::connect(panel.get(), &QDialog::rejected, this, [this] {
-        if (_assigningButtonIndex >= 0) {
-            cancelAssignMIDINote();
-        }
-    });
-    _assignMIDINotePanel = std::move(panel);
     return _assignMIDINotePanel.get();
 }

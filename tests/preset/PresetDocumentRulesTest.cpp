@@ -6,12 +6,12 @@
 #include "clip/MIDIController.h"
 #include "clip/MIDINoteRing.h"
 #include "clip/SoundClip.h"
+#include "document/AssignMIDINotePanel.h"
 #include "document/DocumentController.h"
 #include "foundation/UserDefaults.h"
 #include "preset/PresetDocument.h"
 #include "tests/preset/PresetTestSupport.h"
 
-#include <QDialog>
 #include <QFile>
 #include <QLabel>
 #include <QWidget>
