@@ -143,12 +143,7 @@ std::string reasonToSkip() {
 class RtAudioDriverOnJack : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        if (reasonToSkip().empty()) {
-            server = new JackServer;
-            if (!server->start(&startError)) {
-                startError = QStringLiteral("jackd did not come up: ") + startError;
-            }
-        }
+        server = JackServer::startForSuite(reasonToSkip(), &startError);
     }
     static void TearDownTestSuite() {
         delete server;

@@ -9,6 +9,7 @@
 #include <QByteArray>
 #include <QProcess>
 #include <QString>
+#include <string>
 
 class JackServer {
 public:
@@ -24,6 +25,10 @@ public:
 
     // Whether jackd can be found; tests skip when it cannot.
     static bool isInstalled();
+    // The one server of a test suite (from SetUpTestSuite), started; null when
+    // `skipReason` says the suite skips. When it does not come up, *error says why and
+    // the caller's SetUp reports it.
+    static JackServer* startForSuite(const std::string& skipReason, QString* error);
 
     // Starts the server and waits (a few seconds at most) until a client can connect.
     // Returns false and sets *error with jackd's output when it does not come up.

@@ -74,12 +74,7 @@ bool tickUntil(Tick tick, Condition condition) {
 class MIDIOnJack : public PresetTest {
 protected:
     static void SetUpTestSuite() {
-        if (reasonToSkip().empty()) {
-            server = new JackServer;
-            if (!server->start(&startError)) {
-                startError = QStringLiteral("jackd did not come up: ") + startError;
-            }
-        }
+        server = JackServer::startForSuite(reasonToSkip(), &startError);
     }
     static void TearDownTestSuite() {
         delete server;
