@@ -14,6 +14,7 @@
 
 #include <QHBoxLayout>
 #include <QPainter>
+#include <QSlider>
 #include <QVBoxLayout>
 #include <algorithm>
 
@@ -26,6 +27,9 @@ constexpr int kColorBarX = 10;
 constexpr int kColorBarY = 22;
 constexpr int kColorBarWidth = 5;
 constexpr int kColorBarShortening = 32;
+
+// The level slider's scale; it rests at the top.
+constexpr int kVolumeSliderMaximum = 100;
 
 constexpr double kSecondsPlenty = 30.0;
 constexpr double kSecondsEnding = 10.0;
@@ -70,6 +74,14 @@ void OutputMonitoringCell::buildContent() {
         meter->setFixedWidth(5);
         meter->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
     }
+    _volumeSlider = new QSlider(Qt::Vertical, this);
+    _volumeSlider->setRange(0, kVolumeSliderMaximum);
+    _volumeSlider->setValue(kVolumeSliderMaximum);
+    _volumeSlider->setFocusPolicy(Qt::NoFocus);
+    _volumeSlider->setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Expanding);
+    _volumeSlider->setToolTip(tr("Level"));
+    connect(_volumeSlider, &QSlider::valueChanged, this,
+            &OutputMonitoringCell::volumeSliderChanged);
     for (QPushButton* button :
          std::initializer_list<QPushButton*>{_pauseButton, _stopButton, _duckingButton}) {
         button->setFocusPolicy(Qt::NoFocus);
@@ -106,6 +118,7 @@ void OutputMonitoringCell::buildContent() {
     strip->setContentsMargins(kColorBarX + kColorBarWidth + 3, 0, 4, 4);
     strip->setSpacing(3);
     strip->addLayout(column, 1);
+    strip->addWidget(_volumeSlider);
     strip->addWidget(_leftVuMeter);
     strip->addWidget(_rightVuMeter);
 }
@@ -289,6 +302,10 @@ void OutputMonitoringCell::duckingButtonPushed() {
     } else {
         clip->duckIn(kDuckingSeconds);
     }
+}
+
+void OutputMonitoringCell::volumeSliderChanged() {
+    // Deliberately nothing: see the header.
 }
 
 void OutputMonitoringCell::setMoviePosition(double fraction) {

@@ -5,7 +5,8 @@
 // title (or "<nothing playing>"), a progress bar whose colour warns of the end (green
 // with more than 30 s left, orange from 30 s down to 10 s, red below), elapsed, duration
 // and remaining time, a left and a right level meter, and pause, stop and ducking
-// buttons.
+// buttons. A level slider stands beside the meters and acts on nothing (see
+// volumeSliderChanged).
 //
 // The strip is where the rule of one clip per output lives: a clip that starts on the
 // output sends the clip shown so far its fade-out request (whatever clip that is, even
@@ -27,6 +28,7 @@ class CVuMeterView;
 class ElidingLabel;
 class LedButton;
 class PlainButton;
+class QSlider;
 class SoundClip;
 class TimeField;
 
@@ -79,6 +81,9 @@ public:
     void pauseButtonPushed();
     void stopButtonPushed();
     void duckingButtonPushed();
+    // The level slider's action. It changes nothing, on purpose: what an output plays is
+    // as loud as its clip and its document make it, and the strip does not override them.
+    void volumeSliderChanged();
 
     // Ctrl-click into the progress bar: moves the clip shown, playing or paused, to
     // that fraction of its length.
@@ -99,6 +104,7 @@ public:
     LedButton& pauseButton() const { return *_pauseButton; }
     LedButton& duckingButton() const { return *_duckingButton; }
     PlainButton& stopButton() const { return *_stopButton; }
+    QSlider& volumeSlider() const { return *_volumeSlider; }
 
     // The text shown while nothing plays.
     static QString nothingPlayingText();
@@ -123,6 +129,7 @@ private:
     LedButton* _pauseButton = nullptr;
     PlainButton* _stopButton = nullptr;
     LedButton* _duckingButton = nullptr;
+    QSlider* _volumeSlider = nullptr;
 
     int _index = 0;
     SoundClip* _currentClip = nullptr;

@@ -6,12 +6,15 @@
 #include "foundation/UserDefaults.h"
 #include "media/Movie.h"
 #include "outputs/CProgressView.h"
+#include "outputs/CVuMeterView.h"
 #include "outputs/LedButton.h"
+#include "outputs/NonKeyPanel.h"
 #include "outputs/OutputMonitoringCell.h"
 #include "outputs/OutputsMonitoringPanelController.h"
 #include "outputs/PlainButton.h"
 #include "tests/outputs/PanelTestSupport.h"
 
+#include <QSlider>
 #include <QTest>
 
 namespace {
@@ -160,4 +163,56 @@ TEST_F(OutputsPanelTest, CtrlClickIntoTheProgressBarSeeksThePlayingClip) {
     QTest::mouseClick(&bar, Qt::LeftButton, Qt::ControlModifier, middle);
     // Half of the 8 s between the in point and the end, counted from the in point.
     EXPECT_NEAR(clip.movie()->position(), 6.0, 1e-3);
+}
+
+TEST_F(OutputsPanelTest, AStripsLevelSliderSitsBesideTheMetersAndChangesNothing) {
+    OutputMonitoringCell& strip = *panel().cellAtIndex(4);
+    panel().showWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowExposed(panel().window()));
+    QSlider& slider = strip.volumeSlider();
+    EXPECT_TRUE(slider.isVisible());
+    EXPECT_TRUE(strip.rect().contains(slider.geometry()));
+    EXPECT_LE(slider.geometry().right(), strip.leftVuMeter().geometry().left());
+    EXPECT_LE(strip.duckingButton().geometry().right(), slider.geometry().left());
+    EXPECT_GT(slider.height(), strip.height() / 2);
+
+    // Idle: moving it does nothing either.
+    slider.triggerAction(QAbstractSlider::SliderToMinimum);
+    EXPECT_EQ(strip.currentClip(), nullptr);
+    slider.triggerAction(QAbstractSlider::SliderToMaximum);
+
+    SoundClip& clip = clipOn(4, constantWav("a.wav", 5.0, 0.5f, 0.5f),
+                             {{settingsKey_NormalVolume, 0.8}, {settingsKey_DuckingVolume, 0.2}});
+    SoundClip& other = clipOn(5, constantWav("b.wav", 5.0, 0.25f, 0.25f));
+    clip.startPlaying(false);
+    other.startPlaying(false);
+    for (int tick = 0; tick < 3; ++tick) {
+        tickAll();
+    }
+    const double level = clip.currentLevel();
+    const float heard = settled(pull(clipaudio::kTickFrames), 2, 0);
+    ASSERT_GT(heard, 0.0f);
+
+    // Dragged all the way down with the mouse, then stepped by the page keys' actions.
+    const QPoint top(slider.width() / 2, 2);
+    const QPoint bottom(slider.width() / 2, slider.height() - 2);
+    QTest::mousePress(&slider, Qt::LeftButton, {}, top);
+    QTest::mouseMove(&slider, bottom);
+    QTest::mouseRelease(&slider, Qt::LeftButton, {}, bottom);
+    slider.triggerAction(QAbstractSlider::SliderToMinimum);
+    slider.triggerAction(QAbstractSlider::SliderPageStepAdd);
+    ASSERT_NE(slider.value(), slider.maximum()) << "the slider itself moved";
+    tickAll();
+
+    EXPECT_DOUBLE_EQ(clip.currentLevel(), level);
+    EXPECT_EQ(clip.fadingDirection(), 0);
+    EXPECT_DOUBLE_EQ(clip.volumeMultiplier(), 1.0);
+    EXPECT_TRUE(clip.isPlaying());
+    EXPECT_FALSE(clip.isPaused());
+    EXPECT_FALSE(clip.isDucked());
+    EXPECT_TRUE(other.isPlaying());
+    EXPECT_EQ(strip.currentClip(), &clip);
+    EXPECT_FALSE(strip.pauseButton().status());
+    EXPECT_FALSE(strip.duckingButton().status());
+    EXPECT_FLOAT_EQ(settled(pull(clipaudio::kTickFrames), 2, 0), heard) << "as loud as before";
 }
