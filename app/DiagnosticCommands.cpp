@@ -60,6 +60,21 @@ QWidget* keyTarget() {
     return nullptr;
 }
 
+// The open documents, front-most last, each with whether its window shows.
+QJsonArray openDocuments() {
+    QJsonArray documents;
+    const DocumentController* controller = DocumentController::shared();
+    if (!controller) {
+        return documents;
+    }
+    for (const Document* document : controller->documents()) {
+        const QWidget* window = document->window();
+        documents.append(QJsonObject{{QStringLiteral("name"), document->displayName()},
+                                     {QStringLiteral("shown"), window && window->isVisible()}});
+    }
+    return documents;
+}
+
 } // namespace
 
 const QString DiagnosticCommands::kOption = QStringLiteral("--test-hooks");
@@ -96,7 +111,9 @@ QJsonObject DiagnosticCommands::state() {
                                        {QStringLiteral("active"), widget->isActiveWindow()}});
         }
     }
-    QJsonObject answer{{QStringLiteral("ok"), true}, {QStringLiteral("windows"), windows}};
+    QJsonObject answer{{QStringLiteral("ok"), true},
+                       {QStringLiteral("windows"), windows},
+                       {QStringLiteral("documents"), openDocuments()}};
     const auto* panel =
         dynamic_cast<const OutputsMonitoringPanelController*>(StudioServices::outputsMonitor());
     if (panel) {

@@ -5,6 +5,7 @@
 #include "bench/BenchFigure.h"
 
 #include <QApplication>
+#include <QLoggingCategory>
 #include <QTemporaryDir>
 #include <algorithm>
 #include <cmath>
@@ -47,6 +48,8 @@ int main(int argc, char** argv) {
     qputenv("XDG_CONFIG_HOME", (home.path() + "/config").toUtf8());
     qputenv("XDG_DATA_HOME", (home.path() + "/data").toUtf8());
     QApplication app(argc, argv);
+    // The program's own info lines (a clip started, a device opened) would bury the figures.
+    QLoggingCategory::setFilterRules(QStringLiteral("zelvora.*.info=false"));
 
     BenchOptions options;
     QString only;

@@ -242,6 +242,11 @@ TEST_F(ProgramOnJack, TheLetterKeyPlaysButtonAOnItsOutputsChannelsOnly) {
 
     const std::optional<QJsonObject> state = ask({{"command", "state"}});
     ASSERT_TRUE(state.has_value());
+    const QJsonArray documents = state->value("documents").toArray();
+    ASSERT_EQ(documents.size(), 1);
+    EXPECT_EQ(documents.at(0).toObject().value("name").toString(),
+              QStringLiteral("Morning Show.zpreset"));
+    EXPECT_TRUE(documents.at(0).toObject().value("shown").toBool());
     if (state->contains("outputs")) {
         const QJsonObject strip = state->value("outputs").toArray().at(0).toObject();
         EXPECT_EQ(strip.value("title").toString(), QStringLiteral("Station Tone"));
