@@ -35,10 +35,11 @@ DocumentSession::DocumentSession(QObject* parent)
                                                QStringLiteral("Cart Wall"), [] {
                                                    return std::make_unique<PresetDocument>();
                                                }});
-    PresetDocument::setControllerFactory([this](PresetDocument* document) {
-        auto controller = std::make_unique<PresetController>(document);
-        DocumentMenuBar::install(controller->window(), document, *this);
-        return controller;
+    PresetDocument::setControllerFactory(
+        [](PresetDocument* document) { return std::make_unique<PresetController>(document); });
+    // Every document window, whatever its type, gets the same menu bar.
+    _documentController->setWindowMadeHandler([this](Document* document) {
+        DocumentMenuBar::install(document->window(), document, *this);
     });
     DocumentController::setShared(_documentController.get());
 }

@@ -2,7 +2,8 @@
 
 // The documents of the running program: a document controller that knows the cart wall
 // type (.zpreset), the controller factory that gives every preset window its
-// PresetController and its File menu, the first windows at start and the quit rule.
+// PresetController, the menu bar of every document window (of any registered type), the
+// first windows at start and the quit rule.
 //
 // While the session lives it is the shared document controller (so documents reach each
 // other, for "Fade Other Documents") and its factory is the installed preset controller

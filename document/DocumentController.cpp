@@ -156,6 +156,9 @@ void DocumentController::addDocument(std::unique_ptr<Document> document, bool di
     added->setDocumentController(this);
     _documents.append(added);
     added->makeWindowControllers();
+    if (_windowMade && added->window()) {
+        _windowMade(added);
+    }
     placeWindow(added);
     if (display) {
         added->showWindows();

@@ -102,6 +102,13 @@ public:
     void setOpenPanel(OpenPanel panel) { _openPanel = std::move(panel); }
     void setSavePanel(SavePanel panel) { _savePanel = std::move(panel); }
 
+    // ---- Windows ----
+    // Called with every document whose window has just been made, before the window is
+    // placed and shown: the application puts its menu bar on every kind of document
+    // window here. Null: nothing is added.
+    using WindowMadeHandler = std::function<void(Document*)>;
+    void setWindowMadeHandler(WindowMadeHandler handler) { _windowMade = std::move(handler); }
+
 signals:
     void documentsChanged();
     void recentDocumentsChanged();
@@ -119,4 +126,5 @@ private:
     int _untitledCount = 0;
     OpenPanel _openPanel;
     SavePanel _savePanel;
+    WindowMadeHandler _windowMade;
 };

@@ -14,8 +14,6 @@
 #include "document/AlertPresenter.h"
 #include "document/DocumentController.h"
 #include "foundation/PropertyList.h"
-#include "media/AudioFileWriter.h"
-#include "media/ToneGenerator.h"
 #include "preset/PresetController.h"
 #include "preset/PresetDocument.h"
 #include "preset/PresetMatrix.h"
@@ -24,10 +22,7 @@
 #include <QAction>
 #include <QFile>
 #include <QMenu>
-#include <QTemporaryDir>
 #include <QTest>
-#include <QTimer>
-#include <functional>
 #include <gtest/gtest.h>
 
 namespace {
@@ -47,38 +42,8 @@ public:
     }
 };
 
-// Answers alerts with the button titles queued in `answers` and records their titles.
-class AnsweringAlerts : public AlertPresenter {
-public:
-    int runAlert(const Alert& alert) override {
-        shown << alert.title;
-        const int chosen = answers.isEmpty() ? 0 : int(alert.buttons.indexOf(answers.takeFirst()));
-        return chosen < 0 ? 0 : chosen;
-    }
-    QStringList answers;
-    QStringList shown;
-};
-
-class CartWallWindowTest : public ::testing::Test {
+class CartWallWindowTest : public ProgramTest {
 protected:
-    void SetUp() override {
-        ASSERT_TRUE(home.isValid());
-        AlertPresenter::setCurrent(&alerts);
-    }
-    void TearDown() override { AlertPresenter::setCurrent(nullptr); }
-
-    // A one-second tone.
-    QString writeTone(const QString& name) {
-        const QString path = home.filePath(name);
-        media::ToneGenerator tone = media::ToneGenerator::stereoSine(440.0, 660.0, 0.3, 48000);
-        media::AudioFileWriter::Options options;
-        options.sampleRate = 48000;
-        QString error;
-        EXPECT_TRUE(media::AudioFileWriter::writeFile(path, options, tone, 48000, &error))
-            << qPrintable(error);
-        return path;
-    }
-
     // A cart wall whose button A plays `tonePath` and listens to note 60 on channel 0 of
     // the test keyboard.
     QString writeCartWall(const QString& name, const QString& tonePath) {
@@ -94,21 +59,6 @@ protected:
         file.write(PropertyList::toXml(root));
         return path;
     }
-
-    // Runs the program on `arguments` and `body` once its event loop has started.
-    void runProgram(const QStringList& arguments, const std::function<void()>& body) {
-        ProgramArguments program(arguments);
-        ZelvoraApplication app(program.argc(), program.argv());
-        QTimer::singleShot(0, &app, [&] {
-            body();
-            QApplication::exit(0);
-        });
-        app.run();
-    }
-
-    QTemporaryDir home;
-    ConfigHome config{home.path()};
-    AnsweringAlerts alerts;
 };
 
 } // namespace
@@ -116,7 +66,7 @@ protected:
 TEST_F(CartWallWindowTest, DocumentOnTheCommandLineOpensAndItsButtonFires) {
     const QString cartWall =
         writeCartWall(QStringLiteral("morning.zpreset"), writeTone(QStringLiteral("jingle.wav")));
-    runProgram({cartWall}, [&] {
+    runProgram({cartWall}, [&](ZelvoraApplication&) {
         ASSERT_EQ(cartWallWindows().size(), 1) << "no untitled window beside the named one";
         QWidget* window = firstCartWallWindow();
         EXPECT_EQ(window->windowTitle(), QStringLiteral("morning.zpreset[*]"));
@@ -141,7 +91,7 @@ TEST_F(CartWallWindowTest, NoteInTheRingFiresTheButtonThatLearntIt) {
     MIDIController::setSourceList(&keyboard);
     const QString cartWall =
         writeCartWall(QStringLiteral("notes.zpreset"), writeTone(QStringLiteral("jingle.wav")));
-    runProgram({cartWall}, [&] {
+    runProgram({cartWall}, [&](ZelvoraApplication&) {
         PresetDocument* document = documentOf(firstCartWallWindow());
         ASSERT_NE(document, nullptr);
         SoundClip* clip = document->clipAtIndex(0);
@@ -167,7 +117,7 @@ TEST_F(CartWallWindowTest, BrokenDocumentOnTheCommandLineIsRefusedAndAnUntitledO
     ASSERT_TRUE(file.open(QIODevice::WriteOnly));
     file.write("<plist><dict><key>Path 0");
     file.close();
-    runProgram({broken}, [&] {
+    runProgram({broken}, [&](ZelvoraApplication&) {
         EXPECT_EQ(alerts.shown,
                   QStringList{QStringLiteral("The document \u201cbroken.zpreset\u201d could not be "
                                              "opened.")});
@@ -178,7 +128,7 @@ TEST_F(CartWallWindowTest, BrokenDocumentOnTheCommandLineIsRefusedAndAnUntitledO
 
 TEST_F(CartWallWindowTest, FileMenuWorksOnItsWindowsDocument) {
     const QString tone = writeTone(QStringLiteral("jingle.wav"));
-    runProgram({}, [&] {
+    runProgram({}, [&](ZelvoraApplication&) {
         QWidget* window = firstCartWallWindow();
         ASSERT_NE(window, nullptr);
         auto* menus = window->findChild<DocumentMenuBar*>();
@@ -230,7 +180,7 @@ TEST_F(CartWallWindowTest, FileMenuWorksOnItsWindowsDocument) {
 TEST_F(CartWallWindowTest, QuitAsksAboutPlaybackThenAboutUnsavedChanges) {
     const QString cartWall =
         writeCartWall(QStringLiteral("quit.zpreset"), writeTone(QStringLiteral("jingle.wav")));
-    runProgram({cartWall}, [&] {
+    runProgram({cartWall}, [&](ZelvoraApplication&) {
         ZelvoraApplication* app = static_cast<ZelvoraApplication*>(QApplication::instance());
         DocumentSession& session = *app->documentSession();
         PresetDocument* document = documentOf(firstCartWallWindow());

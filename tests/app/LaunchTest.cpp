@@ -33,48 +33,7 @@
 
 namespace {
 
-class LaunchTest : public ::testing::Test {
-protected:
-    // Runs the program on `arguments` and `body` once its event loop has started.
-    void runProgram(const QStringList& arguments,
-                    const std::function<void(ZelvoraApplication&)>& body,
-                    const std::function<void()>& beforeStart = {}) {
-        {
-            ProgramArguments program(arguments);
-            ZelvoraApplication app(program.argc(), program.argv());
-            if (beforeStart) {
-                beforeStart();
-            }
-            QTimer::singleShot(0, &app, [&] {
-                body(app);
-                QApplication::exit(0);
-            });
-            EXPECT_EQ(app.run(), 0);
-        }
-        EXPECT_EQ(StudioServices::keyStates(), nullptr) << "services go with the program";
-    }
-
-    DocumentController& documents(ZelvoraApplication& app) {
-        return app.documentSession()->documentController();
-    }
-
-    QTemporaryDir home;
-    ConfigHome config{home.path()};
-};
-
-QAction* studioAction(QWidget* window, const QString& text) {
-    for (QMenu* menu : window->findChildren<QMenu*>()) {
-        if (menu->title() != QStringLiteral("&Studio")) {
-            continue;
-        }
-        for (QAction* action : menu->actions()) {
-            if (action->text() == text) {
-                return action;
-            }
-        }
-    }
-    return nullptr;
-}
+class LaunchTest : public ProgramTest {};
 
 } // namespace
 
