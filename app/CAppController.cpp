@@ -60,11 +60,17 @@ CAppController::~CAppController() {
     if (StudioServices::keyStates() == this) {
         StudioServices::setKeyStates(nullptr);
     }
+    if (_installed) {
+        _session.setQuitRule(nullptr);
+    }
 }
 
 void CAppController::install() {
     qApp->installEventFilter(_keyInterceptor.get());
     StudioServices::setKeyStates(this);
+    // Whichever way the program is asked to quit, this rule decides and stops the silence.
+    _session.setQuitRule([this] { return shouldTerminate(); });
+    _installed = true;
 }
 
 DocumentController& CAppController::documents() const {

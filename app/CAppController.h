@@ -70,8 +70,8 @@ public:
     // The silence cycle stopped when the program quits; not owned.
     void setSilenceCycle(SilenceCycle* cycle) { _silenceCycle = cycle; }
 
-    // Installs the key interception (an application-wide event filter) and this as the
-    // program's ApplicationKeyStates.
+    // Installs the key interception (an application-wide event filter), this as the
+    // program's ApplicationKeyStates and shouldTerminate() as the session's quit rule.
     void install();
     KeyInterceptor& keyInterceptor() { return *_keyInterceptor; }
 
@@ -159,4 +159,5 @@ private:
     SilenceCycle* _silenceCycle = nullptr;
     std::function<void()> _openPreferences;
     std::unique_ptr<QDialog> _aboutPanel;
+    bool _installed = false;
 };

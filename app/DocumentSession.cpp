@@ -10,6 +10,7 @@
 #include "preset/PresetDocument.h"
 
 #include <QCoreApplication>
+#include <QScopedValueRollback>
 #include <QWidget>
 
 namespace {
@@ -85,8 +86,19 @@ bool DocumentSession::shouldTerminate() {
     return _documentController->closeAllDocuments(sounding);
 }
 
+void DocumentSession::setQuitRule(std::function<bool()> rule) {
+    _quitRule = std::move(rule);
+}
+
 void DocumentSession::quit() {
-    if (shouldTerminate()) {
+    // Quitting closes the remaining windows, which may report the last window closed:
+    // that is this very quit, not another.
+    if (_quitting) {
+        return;
+    }
+    const QScopedValueRollback<bool> quitting(_quitting, true);
+    const bool mayQuit = _quitRule ? _quitRule() : shouldTerminate();
+    if (mayQuit) {
         QCoreApplication::quit();
     }
 }

@@ -13,6 +13,7 @@
 
 #include <QObject>
 #include <QStringList>
+#include <functional>
 #include <memory>
 
 class Document;
@@ -35,7 +36,11 @@ public:
     // "Warning!" first; then each edited document asks whether to save it. Answers true
     // once every document has been closed; false leaves the rest open.
     bool shouldTerminate();
-    // shouldTerminate(), then leaves the event loop when it says yes.
+    // Replaces shouldTerminate() as what quit() asks: the application's own rule, which
+    // also stops what runs beside the documents. Null goes back to shouldTerminate().
+    void setQuitRule(std::function<bool()> rule);
+    // The quit rule, then leaves the event loop when it says yes. Every quit comes here:
+    // the File menu's Quit and the close of the last document window.
     void quit();
 
     // The File menu's commands for `document` (the window they were chosen in).
@@ -50,4 +55,6 @@ public:
 
 private:
     std::unique_ptr<DocumentController> _documentController;
+    std::function<bool()> _quitRule;
+    bool _quitting = false;
 };

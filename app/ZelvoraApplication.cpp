@@ -132,6 +132,10 @@ int ZelvoraApplication::run() {
     _launch->attach(*_session, ControlSurfaces::wantsSimulation(arguments()));
     connect(_instance.get(), &InstanceChannel::openRequested, this,
             &ZelvoraApplication::openHandedOver);
+    // Closing the last document window quits through the session's quit rule, like the
+    // File menu's Quit, rather than behind its back.
+    setQuitOnLastWindowClosed(false);
+    connect(this, &QGuiApplication::lastWindowClosed, _session.get(), &DocumentSession::quit);
     const QStringList initial =
         documents.isEmpty() ? DemoCartWall::documentsForStart(arguments()) : documents;
     if (!initial.isEmpty() || _launch->appController()->applicationShouldOpenUntitledFile()) {

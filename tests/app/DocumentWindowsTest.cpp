@@ -1,23 +1,45 @@
 // Every kind of document window in the running program: a playlist window carries the
-// same menu bar as a cart wall (File and Studio), and its File menu acts on the playlist.
+// same menu bar as a cart wall (File and Studio), its File menu acts on the playlist, and
+// every way of quitting (File ▸ Quit, closing the last window) goes through the
+// application's quit rule, which stops the silence cycle.
 
 #include "app/CAppController.h"
 #include "app/DocumentMenuBar.h"
+#include "app/SilenceCycle.h"
 #include "app/StudioLaunch.h"
 #include "app/ZelvoraApplication.h"
+#include "clip/SoundClip.h"
 #include "document/DocumentController.h"
+#include "outputs/NonKeyPanel.h"
+#include "outputs/OutputsMonitoringPanelController.h"
 #include "playlist/PlaylistDocument.h"
+#include "preset/PresetController.h"
 #include "preset/PresetDocument.h"
 #include "tests/app/AppTestSupport.h"
 
 #include <QAction>
 #include <QApplication>
 #include <QDialog>
+#include <QEvent>
 #include <QFile>
 #include <QMenu>
 #include <QMenuBar>
+#include <QTest>
 
 namespace {
+
+// Counts the quit requests the application receives.
+class QuitWatcher : public QObject {
+public:
+    explicit QuitWatcher(QObject* application) { application->installEventFilter(this); }
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Quit) {
+            ++count;
+        }
+        return QObject::eventFilter(watched, event);
+    }
+    int count = 0;
+};
 
 QStringList menuTitles(const QWidget* window) {
     QStringList titles;
@@ -98,5 +120,67 @@ TEST_F(DocumentWindowsTest, APlaylistWindowHasTheStudioMenuAndAFileMenuForThePla
         EXPECT_EQ(open.size(), 2);
         EXPECT_FALSE(open.contains(playlist)) << "the playlist closed, the cart walls stay";
         EXPECT_TRUE(cartWall->isVisible());
+    });
+}
+
+TEST_F(DocumentWindowsTest, FileQuitAsksWhileAClipPlaysAndOtherwiseStopsTheSilenceAndQuits) {
+    const QString tone = writeTone(QStringLiteral("jingle.wav"));
+    runProgram({}, [&](ZelvoraApplication& app) {
+        QuitWatcher quits(&app);
+        SilenceCycle& silence = *app.launch()->silenceCycle();
+        ASSERT_TRUE(silence.isRunning());
+        QWidget* window = firstCartWallWindow();
+        PresetDocument* document = documentOf(window);
+        ASSERT_NE(document, nullptr);
+        ASSERT_TRUE(static_cast<PresetController*>(document->controller())->setFile(tone, 0, {}));
+        SoundClip* clip = document->clipAtIndex(0);
+        ASSERT_NE(clip, nullptr);
+        clip->startPlaying(false);
+        QAction* quit = window->findChild<DocumentMenuBar*>()->fileAction(QStringLiteral("Quit"));
+        ASSERT_NE(quit, nullptr);
+
+        alerts.answers = {QStringLiteral("No")};
+        quit->trigger();
+        EXPECT_EQ(alerts.shown, QStringList{QStringLiteral("Warning!")});
+        EXPECT_TRUE(clip->isPlaying()) << "playback goes on";
+        EXPECT_TRUE(silence.isRunning());
+        EXPECT_EQ(documents(app).documents().size(), 1);
+        EXPECT_EQ(quits.count, 0);
+        EXPECT_TRUE(app.launch()->outputsPanel()->window()->isVisible());
+
+        clip->stopPlaying();
+        alerts.shown.clear();
+        alerts.answers = {QStringLiteral("Don't Save")};
+        quit->trigger();
+        EXPECT_FALSE(alerts.shown.contains(QStringLiteral("Warning!"))) << "nothing plays";
+        EXPECT_FALSE(silence.isRunning());
+        EXPECT_EQ(silence.silenceMovie(), nullptr);
+        EXPECT_TRUE(documents(app).documents().isEmpty());
+        EXPECT_EQ(quits.count, 1) << "the program quits";
+        EXPECT_FALSE(app.launch()->outputsPanel()->window()->isVisible());
+    });
+}
+
+TEST_F(DocumentWindowsTest, ClosingTheLastDocumentWindowQuitsThroughTheSameRule) {
+    runProgram({}, [&](ZelvoraApplication& app) {
+        QuitWatcher quits(&app);
+        SilenceCycle& silence = *app.launch()->silenceCycle();
+        ASSERT_TRUE(silence.isRunning());
+        Document* playlist = documents(app).newDocument(PlaylistDocument::kTypeName);
+        ASSERT_NE(playlist, nullptr);
+        QWidget* cartWall = firstCartWallWindow();
+        ASSERT_NE(cartWall, nullptr);
+
+        cartWall->close();
+        QCoreApplication::processEvents();
+        EXPECT_EQ(documents(app).documents().size(), 1);
+        EXPECT_TRUE(silence.isRunning()) << "a document window is still open";
+        EXPECT_EQ(quits.count, 0);
+
+        playlist->window()->close();
+        EXPECT_TRUE(QTest::qWaitFor([&] { return quits.count > 0; }, 2000));
+        EXPECT_EQ(quits.count, 1);
+        EXPECT_FALSE(silence.isRunning());
+        EXPECT_TRUE(documents(app).documents().isEmpty());
     });
 }
