@@ -16,6 +16,7 @@
 #include "preset/PresetController.h"
 #include "preset/PresetDocument.h"
 #include "tests/app/AppTestSupport.h"
+#include "tests/support/Screenshot.h"
 
 #include <QAction>
 #include <QApplication>
@@ -80,6 +81,7 @@ TEST_F(DocumentWindowsTest, APlaylistWindowHasTheStudioMenuAndAFileMenuForThePla
         const QStringList bar{QStringLiteral("File"), QStringLiteral("Studio")};
         EXPECT_EQ(menuTitles(window), bar);
         EXPECT_EQ(menuTitles(cartWall), bar);
+        saveScreenshot(*window, QStringLiteral("playlist-window"));
 
         // The Studio menu acts from the playlist window as from a cart wall.
         for (const char* item :
