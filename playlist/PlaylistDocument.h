@@ -18,22 +18,19 @@
 // Thread contract: main thread only (document I/O, and MIDI, which arrives on the MIDI
 // controller's main-thread tick).
 
-#include "clip/MIDIEventReceiver.h"
-#include "document/Document.h"
+#include "document/ClipSlotsDocument.h"
 #include "document/DocumentController.h"
 
 #include <QVariantMap>
-#include <array>
 #include <memory>
 
 class AssignMIDINotePanel;
 class PlaylistDocumentController;
 class SoundClip;
 
-class PlaylistDocument : public Document, public MIDIEventReceiver {
+class PlaylistDocument : public ClipSlotsDocument {
     Q_OBJECT
 public:
-    static constexpr int kClipsCount = 24;
     static const QString kTypeName;  // "PlaylistDocument"
     static const QString kMimeType;  // "application/x-zelvora-playlist"
     static const QString kExtension; // "zplaylist"
@@ -58,49 +55,17 @@ public:
     PlaylistDocumentController* controller() const { return _controller.get(); }
     // Takes `controller` as this document's and sets the window up from it.
     void setController(std::unique_ptr<PlaylistDocumentController> controller);
-    QWidget* window() const override;
     // Makes the playlist window (a PlaylistController) once.
     void makeWindowControllers() override;
     // The window is ready: marks the document clean and shows the rows.
     void windowControllerDidLoadNib();
 
-    // ---- Clips ----
-    int clipsCount() const { return kClipsCount; }
-    // The clip of slot `index`; null for an empty slot or an index outside 0..23.
-    SoundClip* clipAtIndex(int index) const;
-    // Puts `clip` (may be null) into slot `index`, dropping the one there, and marks the
-    // document edited. An index outside 0..23 is ignored.
-    void setClip(std::unique_ptr<SoundClip> clip, int index);
-
-    // ---- Default clip settings ----
-    // A copy; changing it changes nothing here.
-    QVariantMap defaultClipSettings() const { return _defaultClipSettings; }
-    void setDefaultClipSettings(const QVariantMap& settings) { _defaultClipSettings = settings; }
-
-    // ---- Document settings (each setter stores as given and marks the document edited) --
-    double duckingVolume() const { return _duckingVolume; }
-    void setDuckingVolume(double volume);
-    double documentVolume() const { return _documentVolume; }
-    void setDocumentVolume(double volume);
-    bool fadeOtherDocuments() const { return _fadeOtherDocuments; }
-    void setFadeOtherDocuments(bool fade);
-    bool useScrollWheelForVolume() const { return _useScrollWheelForVolume; }
-    void setUseScrollWheelForVolume(bool use);
-
-    // Writes the "Document Settings" entries into *dict: the two volumes as reals, the
-    // two options as the integers 1 or 0.
-    void saveSettingsToDict(QVariantMap* dict) const;
+    // ---- Document settings ----
     // Applies each entry present through its setter; an option is on when its number,
     // taken as a whole number, is above 0. Null reads as empty.
-    void loadSettingsFromDict(const QVariantMap* dict);
-
-    // ---- File ----
-    QByteArray dataRepresentation(QString* error) const override;
-    bool loadDataRepresentation(const QByteArray& data, QString* error) override;
+    void loadSettingsFromDict(const QVariantMap* dict) override;
 
     // ---- Rules ----
-    // Any clip playing or paused.
-    bool hasPlayingClips() const override;
     // Another document fired with "Fade Other Documents" or Shift: the current clip
     // fades out.
     void stopDocument(Document* sender) override;
@@ -120,24 +85,22 @@ public:
     // The learning panel (null until first shown).
     AssignMIDINotePanel* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
 
+protected:
+    ClipSlotsController* slotsController() const override;
+    QString fileKindName() const override;
+    // Found by its path only; a clip whose file does not load is dropped.
+    std::unique_ptr<SoundClip> loadClip(const QVariantMap& root, int index) const override;
+    void showLoadedClips() override;
+
 private:
-    void markEdited();
     void endLearning();
-    std::unique_ptr<SoundClip> loadClip(const QVariantMap& root, int index) const;
     void learnMIDINote(const MIDIEvent& event);
     void fireMatchingSlots(const MIDIEvent& event);
     AssignMIDINotePanel* makeAssignMIDINotePanel();
 
-    std::array<std::unique_ptr<SoundClip>, kClipsCount> _clips;
-    QVariantMap _defaultClipSettings;
-    bool _fadeOtherDocuments = false;
-    bool _useScrollWheelForVolume = false;
-    double _duckingVolume = 0.4;
-    double _documentVolume = 1.0;
     int _assigningButtonIndex = -1;
     std::unique_ptr<PlaylistDocumentController> _controller;
     // Declared after the controller: a panel shown over the window is the window's child
     // and must go before it.
     std::unique_ptr<AssignMIDINotePanel> _assignMIDINotePanel;
-    bool _closed = false;
 };

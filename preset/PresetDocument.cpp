@@ -1,19 +1,16 @@
 #include "preset/PresetDocument.h"
 
 #include "clip/ClipSettings.h"
-#include "clip/MIDIController.h"
-#include "clip/MIDIEvent.h"
 #include "clip/SharedOutputsController.h"
 #include "clip/SoundClip.h"
+#include "clip/ValueConversion.h"
 #include "document/AlertPresenter.h"
 #include "document/AssignMIDINotePanel.h"
-#include "document/DocumentController.h"
 #include "foundation/Logging.h"
-#include "foundation/PropertyList.h"
 #include "foundation/UserDefaults.h"
 #include "preset/PresetDocumentController.h"
 
-#include <QFileInfo>
+#include <QUrl>
 #include <QWidget>
 
 const QString PresetDocument::kTypeName = QStringLiteral("PresetDocument");
@@ -26,12 +23,7 @@ PresetDocument::ControllerFactory& installedControllerFactory() {
     return factory;
 }
 
-const QString kDocumentSettingsKey = QStringLiteral("Document Settings");
 const QString kCueModeKey = QStringLiteral("Cue Mode");
-const QString kDuckingVolumeKey = QStringLiteral("Ducking Volume");
-const QString kDocumentVolumeKey = QStringLiteral("Document Volume");
-const QString kFadeOtherDocumentsKey = QStringLiteral("Fade Other Documents");
-const QString kUseScrollWheelKey = QStringLiteral("Use ScrollWheel");
 const QString kOutputIndexKey = QStringLiteral("Output Index");
 const QString kWindowOriginXKey = QStringLiteral("Window Origin X");
 const QString kWindowOriginYKey = QStringLiteral("Window Origin Y");
@@ -41,12 +33,6 @@ const QString kLockWindowPositionsKey = QStringLiteral("Lock Window Positions");
 
 QString aliasDataKey(int index) {
     return QStringLiteral("Alias Data %1").arg(index);
-}
-QString pathKey(int index) {
-    return QStringLiteral("Path %1").arg(index);
-}
-QString settingsKey(int index) {
-    return QStringLiteral("Settings %1").arg(index);
 }
 
 // A property-list number (bool, integer or real); anything else counts as absent.
@@ -67,6 +53,11 @@ bool numberIn(const QVariantMap& dict, const QString& key, double* value) {
     }
 }
 
+// Any number but 0 turns an option on.
+bool optionFromNumber(const QVariant& number) {
+    return doubleFromValue(number) != 0.0;
+}
+
 QVariantMap userDefaultClipSettings() {
     UserDefaults* defaults = UserDefaults::standard();
     if (defaults && defaults->hasObjectForKey(defaultsKey_DefaultClipSettings)) {
@@ -81,10 +72,7 @@ void PresetDocument::setControllerFactory(ControllerFactory factory) {
 }
 
 PresetDocument::PresetDocument(QObject* parent)
-    : Document(parent)
-    , _defaultClipSettings(userDefaultClipSettings()) {
-    MIDIController::defaultMIDIController().registerAsClient(this);
-}
+    : ClipSlotsDocument(userDefaultClipSettings(), parent) {}
 
 PresetDocument::~PresetDocument() {
     close();
@@ -99,8 +87,8 @@ void PresetDocument::setController(std::unique_ptr<PresetDocumentController> con
     }
 }
 
-QWidget* PresetDocument::window() const {
-    return _controller ? _controller->window() : nullptr;
+ClipSlotsController* PresetDocument::slotsController() const {
+    return _controller.get();
 }
 
 void PresetDocument::makeWindowControllers() {
@@ -122,32 +110,13 @@ void PresetDocument::windowControllerDidLoadNib() {
     setShouldCascadeWindows(!hasFrame);
 }
 
-// ---- Clips ----
-
-SoundClip* PresetDocument::clipAtIndex(int index) const {
-    if (index < 0 || index >= kClipsCount) {
-        return nullptr;
-    }
-    return _clips[static_cast<size_t>(index)].get();
-}
-
-void PresetDocument::setClip(std::unique_ptr<SoundClip> clip, int index) {
-    if (index < 0 || index >= kClipsCount) {
-        return;
-    }
-    _clips[static_cast<size_t>(index)] = std::move(clip);
-    markEdited();
-}
+// ---- Default clip settings ----
 
 void PresetDocument::loadDefaultClipSettings() {
-    _defaultClipSettings = userDefaultClipSettings();
+    setDefaultClipSettings(userDefaultClipSettings());
 }
 
 // ---- Document settings ----
-
-void PresetDocument::markEdited() {
-    updateChangeCount(ChangeKind::Done);
-}
 
 void PresetDocument::setCueMode(bool cueMode) {
     _cueMode = cueMode;
@@ -155,39 +124,24 @@ void PresetDocument::setCueMode(bool cueMode) {
 }
 
 void PresetDocument::setDuckingVolume(double volume) {
-    _duckingVolume = volume;
-    _defaultClipSettings.insert(settingsKey_DuckingVolume, volume);
-    markEdited();
+    setDefaultClipSetting(settingsKey_DuckingVolume, volume);
+    ClipSlotsDocument::setDuckingVolume(volume);
 }
 
 void PresetDocument::setDocumentVolume(double volume) {
-    _documentVolume = volume;
-    _defaultClipSettings.insert(settingsKey_NormalVolume, volume);
-    markEdited();
-}
-
-void PresetDocument::setFadeOtherDocuments(bool fade) {
-    _fadeOtherDocuments = fade;
-    markEdited();
-}
-
-void PresetDocument::setUseScrollWheelForVolume(bool use) {
-    _useScrollWheelForVolume = use;
-    markEdited();
+    setDefaultClipSetting(settingsKey_NormalVolume, volume);
+    ClipSlotsDocument::setDocumentVolume(volume);
 }
 
 void PresetDocument::setOutputIndex(int index) {
     _outputIndex = index;
-    _defaultClipSettings.insert(settingsKey_OutputIndex, index);
+    setDefaultClipSetting(settingsKey_OutputIndex, index);
     markEdited();
 }
 
 void PresetDocument::saveSettingsToDict(QVariantMap* dict) const {
+    ClipSlotsDocument::saveSettingsToDict(dict);
     dict->insert(kCueModeKey, _cueMode);
-    dict->insert(kDuckingVolumeKey, _duckingVolume);
-    dict->insert(kDocumentVolumeKey, _documentVolume);
-    dict->insert(kFadeOtherDocumentsKey, _fadeOtherDocuments ? 1 : 0);
-    dict->insert(kUseScrollWheelKey, _useScrollWheelForVolume ? 1 : 0);
     dict->insert(kOutputIndexKey, _outputIndex);
     // The window as it is now, not as it was read.
     const QWidget* w = window();
@@ -204,18 +158,7 @@ void PresetDocument::loadSettingsFromDict(const QVariantMap* dict) {
     if (numberIn(settings, kCueModeKey, &number)) {
         _cueMode = number != 0.0;
     }
-    if (numberIn(settings, kDuckingVolumeKey, &number)) {
-        setDuckingVolume(number);
-    }
-    if (numberIn(settings, kDocumentVolumeKey, &number)) {
-        setDocumentVolume(number);
-    }
-    if (numberIn(settings, kFadeOtherDocumentsKey, &number)) {
-        setFadeOtherDocuments(number != 0.0);
-    }
-    if (numberIn(settings, kUseScrollWheelKey, &number)) {
-        setUseScrollWheelForVolume(number != 0.0);
-    }
+    loadVolumesAndOptionsFromDict(settings, optionFromNumber);
     if (numberIn(settings, kOutputIndexKey, &number)) {
         setOutputIndex(static_cast<int>(number));
     }
@@ -234,42 +177,23 @@ void PresetDocument::loadSettingsFromDict(const QVariantMap* dict) {
 
 // ---- File ----
 
-QByteArray PresetDocument::dataRepresentation(QString* error) const {
-    QVariantMap root;
-    QVariantMap settings;
-    saveSettingsToDict(&settings);
-    root.insert(kDocumentSettingsKey, settings);
-    root.insert(defaultsKey_DefaultClipSettings, defaultClipSettings());
-    for (int i = 0; i < kClipsCount; ++i) {
-        const SoundClip* clip = clipAtIndex(i);
-        if (!clip) {
-            continue;
-        }
-        // A clip whose file is missing keeps the path it was made for, so saving a
-        // document with offline clips does not lose them.
-        const QString path = clip->path().isEmpty() ? clip->recordedPath() : clip->path();
-        if (path.isEmpty()) {
-            continue;
-        }
-        root.insert(aliasDataKey(i), clip->aliasData());
-        root.insert(pathKey(i), path);
-        root.insert(settingsKey(i), clip->settings() ? *clip->settings() : QVariantMap());
-    }
-    return PropertyList::toXml(root, error);
+QString PresetDocument::fileKindName() const {
+    return QStringLiteral("preset document");
+}
+
+void PresetDocument::saveClipToDict(QVariantMap* root, int index, const SoundClip& clip,
+                                    const QString& path) const {
+    root->insert(aliasDataKey(index), clip.aliasData());
+    ClipSlotsDocument::saveClipToDict(root, index, clip, path);
 }
 
 std::unique_ptr<SoundClip> PresetDocument::loadClip(const QVariantMap& root, int index) const {
-    const QVariant pathEntry = root.value(pathKey(index));
-    if (pathEntry.typeId() != QMetaType::QString) {
+    QString path;
+    std::unique_ptr<SoundClip> clip = makeClipForSlot(root, index, &path);
+    if (!clip) {
         return nullptr;
     }
-    const QVariant settingsEntry = root.value(settingsKey(index));
-    const QVariantMap settings = settingsEntry.typeId() == QMetaType::QVariantMap
-                                     ? settingsEntry.toMap()
-                                     : defaultClipSettings();
-    auto clip = std::make_unique<SoundClip>(std::make_shared<QVariantMap>(settings));
-    clip->setBasePath(filePath());
-    bool good = clip->setFileURL(QUrl::fromLocalFile(pathEntry.toString()));
+    bool good = clip->setFileURL(QUrl::fromLocalFile(path));
     if (!good) {
         const QVariant alias = root.value(aliasDataKey(index));
         if (alias.typeId() == QMetaType::QByteArray) {
@@ -281,74 +205,27 @@ std::unique_ptr<SoundClip> PresetDocument::loadClip(const QVariantMap& root, int
     if (good || clip->isOffline()) {
         return clip;
     }
-    qCInfo(lcPreset).noquote() << QStringLiteral("Button %1: \"%2\" cannot be loaded; dropped")
-                                      .arg(index)
-                                      .arg(pathEntry.toString());
+    qCInfo(lcPreset).noquote()
+        << QStringLiteral("Button %1: \"%2\" cannot be loaded; dropped").arg(index).arg(path);
     return nullptr;
 }
 
-bool PresetDocument::loadDataRepresentation(const QByteArray& data, QString* error) {
-    QString parseError;
-    const QVariant parsed = PropertyList::fromData(data, &parseError);
-    if (!parsed.isValid()) {
-        *error = QStringLiteral("The file is not a preset document: %1").arg(parseError);
-        return false;
-    }
-    if (parsed.typeId() != QMetaType::QVariantMap) {
-        *error = QStringLiteral("The file is not a preset document: its property list does not "
-                                "hold a dictionary.");
-        return false;
-    }
-    const QVariantMap root = parsed.toMap();
+void PresetDocument::defaultClipSettingsMissingFromFile() {
+    loadDefaultClipSettings();
+}
 
-    const QVariant settingsEntry = root.value(kDocumentSettingsKey);
-    const QVariantMap settings = settingsEntry.toMap();
-    loadSettingsFromDict(settingsEntry.typeId() == QMetaType::QVariantMap ? &settings : nullptr);
-    // After the settings: the file's own defaults replace what the setters wrote.
-    const QVariant defaultsEntry = root.value(defaultsKey_DefaultClipSettings);
-    if (defaultsEntry.typeId() == QMetaType::QVariantMap) {
-        setDefaultClipSettings(defaultsEntry.toMap());
-    } else {
-        loadDefaultClipSettings();
-    }
-    for (int i = 0; i < kClipsCount; ++i) {
-        if (SoundClip* old = clipAtIndex(i)) {
-            old->stopPlaying();
-        }
-        _clips[static_cast<size_t>(i)] = loadClip(root, i);
-    }
-    updateChangeCount(ChangeKind::Cleared);
+void PresetDocument::showLoadedClips() {
     if (_controller) {
         _controller->setCellClips();
     }
-    return true;
 }
 
 // ---- Rules ----
 
-bool PresetDocument::hasPlayingClips() const {
-    for (const auto& clip : _clips) {
-        if (clip && (clip->isPlaying() || clip->isPaused())) {
-            return true;
-        }
-    }
-    return false;
-}
-
-void PresetDocument::stopOtherDocuments() {
-    if (!documentController()) {
-        return;
-    }
-    for (Document* other : documentController()->documents()) {
-        if (other != this) {
-            other->stopDocument(this);
-        }
-    }
-}
-
 void PresetDocument::checkForMissingClips() {
     int missing = 0;
-    for (const auto& clip : _clips) {
+    for (int i = 0; i < kClipsCount; ++i) {
+        SoundClip* clip = clipAtIndex(i);
         if (!clip) {
             continue;
         }
@@ -403,16 +280,10 @@ void PresetDocument::windowDidMove() {
 }
 
 void PresetDocument::close() {
-    if (_closed) {
+    if (isClosed()) {
         return;
     }
-    _closed = true;
-    for (auto& clip : _clips) {
-        if (clip) {
-            clip->stopPlaying();
-        }
-    }
-    MIDIController::defaultMIDIController().unRegisterAsClient(this);
+    ClipSlotsDocument::close();
     if (_assignMIDINotePanel) {
         _assignMIDINotePanel->hide();
     }

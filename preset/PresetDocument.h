@@ -18,12 +18,10 @@
 // Thread contract: main thread only (document I/O, alerts, and MIDI, which arrives on
 // the MIDI controller's main-thread tick).
 
-#include "clip/MIDIEventReceiver.h"
-#include "document/Document.h"
+#include "document/ClipSlotsDocument.h"
 
 #include <QRectF>
 #include <QVariantMap>
-#include <array>
 #include <functional>
 #include <memory>
 
@@ -31,10 +29,9 @@ class PresetDocumentController;
 class AssignMIDINotePanel;
 class SoundClip;
 
-class PresetDocument : public Document, public MIDIEventReceiver {
+class PresetDocument : public ClipSlotsDocument {
     Q_OBJECT
 public:
-    static constexpr int kClipsCount = 24;
     static const QString kTypeName;  // "PresetDocument"
     static const QString kMimeType;  // "application/x-zelvora-preset"
     static const QString kExtension; // "zpreset"
@@ -60,7 +57,6 @@ public:
     // Takes `controller` as this document's (normally made by the installed factory)
     // and sets the window up from it.
     void setController(std::unique_ptr<PresetDocumentController> controller);
-    QWidget* window() const override;
     // Makes the controller through the installed factory, then sets the window up.
     void makeWindowControllers() override;
     // The window is ready: clears the change count, has the controller show the clips,
@@ -70,18 +66,7 @@ public:
     QRectF frame() const { return _windowFrame; }
     void setFrame(const QRectF& frame) { _windowFrame = frame; }
 
-    // ---- Clips ----
-    int clipsCount() const { return kClipsCount; }
-    // The clip on button `index`; null for an empty button or an index outside 0..23.
-    SoundClip* clipAtIndex(int index) const;
-    // Puts `clip` (may be null) on button `index`, dropping the one there, and marks the
-    // document edited. An index outside 0..23 is ignored.
-    void setClip(std::unique_ptr<SoundClip> clip, int index);
-
     // ---- Default clip settings ----
-    // A copy of the document's defaults; changing it changes nothing here.
-    QVariantMap defaultClipSettings() const { return _defaultClipSettings; }
-    void setDefaultClipSettings(const QVariantMap& settings) { _defaultClipSettings = settings; }
     // The defaults again from the user default "Default Clip Settings"; the values the
     // setters below wrote into them are lost, deliberately.
     void loadDefaultClipSettings();
@@ -89,37 +74,24 @@ public:
     // ---- Document settings (each setter marks the document edited) ----
     bool cueMode() const { return _cueMode; }
     void setCueMode(bool cueMode);
-    double duckingVolume() const { return _duckingVolume; }
     // Also the "Ducking Volume" of the defaults.
-    void setDuckingVolume(double volume);
-    double documentVolume() const { return _documentVolume; }
+    void setDuckingVolume(double volume) override;
     // Also the "Volume" of the defaults.
-    void setDocumentVolume(double volume);
-    bool fadeOtherDocuments() const { return _fadeOtherDocuments; }
-    void setFadeOtherDocuments(bool fade);
-    // Stored and saved only.
-    bool useScrollWheelForVolume() const { return _useScrollWheelForVolume; }
-    void setUseScrollWheelForVolume(bool use);
+    void setDocumentVolume(double volume) override;
+    // "Use ScrollWheel" is stored and saved only.
     int outputIndex() const { return _outputIndex; }
     // Also the "Output Index" of the defaults.
     void setOutputIndex(int index);
 
     // Writes the "Document Settings" entries into *dict (the window keys from the
     // window's geometry when there is a window, else from the stored frame).
-    void saveSettingsToDict(QVariantMap* dict) const;
+    void saveSettingsToDict(QVariantMap* dict) const override;
     // Reads them; absent or mistyped entries leave the current values (the frame then
-    // defaults to 0, 0, 100 × 100). Null reads as empty.
-    void loadSettingsFromDict(const QVariantMap* dict);
-
-    // ---- File ----
-    QByteArray dataRepresentation(QString* error) const override;
-    bool loadDataRepresentation(const QByteArray& data, QString* error) override;
+    // defaults to 0, 0, 100 × 100); an option is on when its number is not 0. Null reads
+    // as empty.
+    void loadSettingsFromDict(const QVariantMap* dict) override;
 
     // ---- Rules ----
-    // Any clip playing or paused.
-    bool hasPlayingClips() const override;
-    // Asks every other open document to stop (only playlists act on it).
-    void stopOtherDocuments();
     // A preset document is never stopped by another document.
     void stopDocument(Document* sender) override { (void)sender; }
     // Counts the clips whose file no longer loads, redraws, and says what it found.
@@ -144,25 +116,28 @@ public:
     // The learning panel (null until first shown).
     AssignMIDINotePanel* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
 
+protected:
+    ClipSlotsController* slotsController() const override;
+    QString fileKindName() const override;
+    // Also "Alias Data %i".
+    void saveClipToDict(QVariantMap* root, int index, const SoundClip& clip,
+                        const QString& path) const override;
+    // Found by its path, else by its alias; a clip whose file is missing stays, offline.
+    std::unique_ptr<SoundClip> loadClip(const QVariantMap& root, int index) const override;
+    // Takes the user default "Default Clip Settings".
+    void defaultClipSettingsMissingFromFile() override;
+    void showLoadedClips() override;
+
 private:
-    void markEdited();
     void endLearning();
-    std::unique_ptr<SoundClip> loadClip(const QVariantMap& root, int index) const;
     void learnMIDINote(const MIDIEvent& event);
     void fireMatchingButtons(const MIDIEvent& event);
     AssignMIDINotePanel* makeAssignMIDINotePanel();
 
-    std::array<std::unique_ptr<SoundClip>, kClipsCount> _clips;
-    QVariantMap _defaultClipSettings;
-    bool _fadeOtherDocuments = false;
-    bool _useScrollWheelForVolume = false;
-    double _duckingVolume = 0.4;
-    double _documentVolume = 1.0;
     int _assigningButtonIndex = -1;
     int _outputIndex = 0;
     QRectF _windowFrame;
     bool _cueMode = false;
     std::unique_ptr<AssignMIDINotePanel> _assignMIDINotePanel;
     std::unique_ptr<PresetDocumentController> _controller;
-    bool _closed = false;
 };
