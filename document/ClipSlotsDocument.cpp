@@ -4,6 +4,7 @@
 #include "clip/MIDIController.h"
 #include "clip/SoundClip.h"
 #include "clip/ValueConversion.h"
+#include "document/AssignMIDINotePanel.h"
 #include "document/ClipSlotsController.h"
 #include "foundation/PropertyList.h"
 
@@ -223,4 +224,7 @@ void ClipSlotsDocument::close() {
         }
     }
     MIDIController::defaultMIDIController().unRegisterAsClient(this);
+    if (_assignMIDINotePanel) {
+        _assignMIDINotePanel->hide();
+    }
 }

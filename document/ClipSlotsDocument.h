@@ -5,7 +5,9 @@
 // settings and the settings every such document has (ducking volume, document volume,
 // "Fade Other Documents", "Use ScrollWheel"); it reads and writes the file skeleton both
 // kinds share, stops its clips when it closes, and is a client of the default MIDI
-// controller from construction to close.
+// controller from construction to close: it learns a slot's trigger from the next note
+// (the learning panel shows meanwhile), or has the window's controller start every slot
+// whose trigger matches a note.
 //
 // The file is an XML property list whose root holds "Document Settings", "Default Clip
 // Settings", and for each slot whose clip has a file "Path %i" and "Settings %i" (i in
@@ -25,7 +27,9 @@
 #include <array>
 #include <memory>
 
+class AssignMIDINotePanel;
 class ClipSlotsController;
+class QLoggingCategory;
 class SoundClip;
 
 class ClipSlotsDocument : public Document, public MIDIEventReceiver {
@@ -78,8 +82,24 @@ public:
     // ---- Rules ----
     // Any clip playing or paused.
     bool hasPlayingClips() const override;
-    // Stops every clip and leaves the MIDI controller. Runs once.
+    // Stops every clip, leaves the MIDI controller and takes the learning panel down.
+    // Runs once.
     void close() override;
+
+    // ---- MIDI ----
+    // Learns the note into the waiting slot's clip settings (when its source has a name),
+    // else starts every slot whose trigger matches, in index order.
+    void receiveMIDIEvent(const MIDIEvent& event) override;
+    // Shows the learning panel and waits for the next note for slot `index`; an index
+    // outside 0..23 is ignored.
+    void assignMIDINoteToButton(int index);
+    // The learning panel's buttons: give up, or forget the waiting slot's trigger.
+    void cancelAssignMIDINote();
+    void clearMIDINote();
+    // The slot waiting for a note; -1 when none.
+    int assigningButtonIndex() const { return _assigningButtonIndex; }
+    // The learning panel (null until first shown).
+    AssignMIDINotePanel* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
 
 protected:
     // Empty slots, `defaultClipSettings`, ducking 0.4, volume 1.0, both options off;
@@ -124,12 +144,32 @@ protected:
     static QString pathKey(int index);
     static QString settingsKey(int index);
 
+    // ---- MIDI hooks ----
+    // The learning panel's line for slot `index`.
+    virtual QString learningPrompt(int index) const = 0;
+    // Gives the learning panel its owner and modality, just before it shows.
+    virtual void placeAssignMIDINotePanel(AssignMIDINotePanel* panel) = 0;
+    // The settings a learnt trigger goes into; null learns nothing. The clip's own by
+    // default.
+    virtual QVariantMap* triggerSettingsToLearn(SoundClip& clip) const;
+    // Where "Clearing MIDI button %i" is logged.
+    virtual const QLoggingCategory& logCategory() const = 0;
+    // Deletes the learning panel now, before a window that may own it goes.
+    void deleteAssignMIDINotePanel();
+
 private:
+    void learnMIDINote(const MIDIEvent& event);
+    void fireMatchingSlots(const MIDIEvent& event);
+    void endLearning();
+    AssignMIDINotePanel* makeAssignMIDINotePanel();
+
     std::array<std::unique_ptr<SoundClip>, kClipsCount> _clips;
     QVariantMap _defaultClipSettings;
     bool _fadeOtherDocuments = false;
     bool _useScrollWheelForVolume = false;
     double _duckingVolume = 0.4;
     double _documentVolume = 1.0;
+    int _assigningButtonIndex = -1;
+    std::unique_ptr<AssignMIDINotePanel> _assignMIDINotePanel;
     bool _closed = false;
 };

@@ -44,13 +44,15 @@ PlaylistDocument::PlaylistDocument(QObject* parent)
 
 PlaylistDocument::~PlaylistDocument() {
     close();
+    // A panel shown over the window is the window's child and must go before it.
+    deleteAssignMIDINotePanel();
 }
 
 // ---- Window and controller ----
 
 void PlaylistDocument::setController(std::unique_ptr<PlaylistDocumentController> controller) {
     // The learning panel may be a child of the old window.
-    _assignMIDINotePanel.reset();
+    deleteAssignMIDINotePanel();
     _controller = std::move(controller);
     if (_controller) {
         windowControllerDidLoadNib();
@@ -125,7 +127,4 @@ void PlaylistDocument::close() {
         _controller->stopPlayback();
     }
     ClipSlotsDocument::close();
-    if (_assignMIDINotePanel) {
-        _assignMIDINotePanel->hide();
-    }
 }

@@ -24,7 +24,6 @@
 #include <QVariantMap>
 #include <memory>
 
-class AssignMIDINotePanel;
 class PlaylistDocumentController;
 class SoundClip;
 
@@ -72,35 +71,19 @@ public:
     // Stops the controller and every clip, leaves the MIDI controller.
     void close() override;
 
-    // ---- MIDI ----
-    void receiveMIDIEvent(const MIDIEvent& event) override;
-    // Shows the learning panel over the playlist window and waits for the next note for
-    // slot `index`.
-    void assignMIDINoteToButton(int index);
-    // The learning panel's buttons.
-    void cancelAssignMIDINote();
-    void clearMIDINote();
-    // The slot waiting for a note; -1 when none.
-    int assigningButtonIndex() const { return _assigningButtonIndex; }
-    // The learning panel (null until first shown).
-    AssignMIDINotePanel* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
-
 protected:
     ClipSlotsController* slotsController() const override;
     QString fileKindName() const override;
     // Found by its path only; a clip whose file does not load is dropped.
     std::unique_ptr<SoundClip> loadClip(const QVariantMap& root, int index) const override;
     void showLoadedClips() override;
+    // "… to assign it to row 4." (rows count from 1)
+    QString learningPrompt(int index) const override;
+    // A sheet over the playlist window (or the active window): that window waits, the
+    // rest of the program runs on.
+    void placeAssignMIDINotePanel(AssignMIDINotePanel* panel) override;
+    const QLoggingCategory& logCategory() const override;
 
 private:
-    void endLearning();
-    void learnMIDINote(const MIDIEvent& event);
-    void fireMatchingSlots(const MIDIEvent& event);
-    AssignMIDINotePanel* makeAssignMIDINotePanel();
-
-    int _assigningButtonIndex = -1;
     std::unique_ptr<PlaylistDocumentController> _controller;
-    // Declared after the controller: a panel shown over the window is the window's child
-    // and must go before it.
-    std::unique_ptr<AssignMIDINotePanel> _assignMIDINotePanel;
 };

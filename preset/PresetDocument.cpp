@@ -284,9 +284,6 @@ void PresetDocument::close() {
         return;
     }
     ClipSlotsDocument::close();
-    if (_assignMIDINotePanel) {
-        _assignMIDINotePanel->hide();
-    }
     if (_controller) {
         _controller->stopBlinking();
     }

@@ -26,7 +26,6 @@
 #include <memory>
 
 class PresetDocumentController;
-class AssignMIDINotePanel;
 class SoundClip;
 
 class PresetDocument : public ClipSlotsDocument {
@@ -103,19 +102,6 @@ public:
     // Stops every clip, leaves the MIDI controller, stops the controller's blinking.
     void close() override;
 
-    // ---- MIDI ----
-    void receiveMIDIEvent(const MIDIEvent& event) override;
-    // Shows the learning panel (application-modal) and waits for the next note for
-    // button `index`.
-    void assignMIDINoteToButton(int index);
-    // The learning panel's buttons.
-    void cancelAssignMIDINote();
-    void clearMIDINote();
-    // The button waiting for a note; -1 when none.
-    int assigningButtonIndex() const { return _assigningButtonIndex; }
-    // The learning panel (null until first shown).
-    AssignMIDINotePanel* assignMIDINotePanel() const { return _assignMIDINotePanel.get(); }
-
 protected:
     ClipSlotsController* slotsController() const override;
     QString fileKindName() const override;
@@ -127,17 +113,17 @@ protected:
     // Takes the user default "Default Clip Settings".
     void defaultClipSettingsMissingFromFile() override;
     void showLoadedClips() override;
+    // "… to assign it to button E."
+    QString learningPrompt(int index) const override;
+    // Application-modal: every window waits for the note.
+    void placeAssignMIDINotePanel(AssignMIDINotePanel* panel) override;
+    // A clip without a settings record gets one to learn into.
+    QVariantMap* triggerSettingsToLearn(SoundClip& clip) const override;
+    const QLoggingCategory& logCategory() const override;
 
 private:
-    void endLearning();
-    void learnMIDINote(const MIDIEvent& event);
-    void fireMatchingButtons(const MIDIEvent& event);
-    AssignMIDINotePanel* makeAssignMIDINotePanel();
-
-    int _assigningButtonIndex = -1;
     int _outputIndex = 0;
     QRectF _windowFrame;
     bool _cueMode = false;
-    std::unique_ptr<AssignMIDINotePanel> _assignMIDINotePanel;
     std::unique_ptr<PresetDocumentController> _controller;
 };

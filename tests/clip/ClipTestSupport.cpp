@@ -202,3 +202,11 @@ bool ClipEngineTest::isSilent(const std::vector<float>& buffer, int channels, in
     }
     return true;
 }
+
+bool FakeMIDISources::name(int index, QString* name) const {
+    if (index < 0 || index >= names.size() || !names[index]) {
+        return false;
+    }
+    *name = *names[index];
+    return true;
+}

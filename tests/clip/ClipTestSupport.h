@@ -4,17 +4,21 @@
 // "Read ID3 Tags" registered, an audio engine on the offline back end ("Offline Output",
 // stereo and default; "Test Device 4ch"), 48 kHz float WAV files whose samples come back
 // exactly, a tick that renders 50 ms and then calls spendTime(), observers that record
-// what a clip tells them, and a capture of the clip's log lines.
+// what a clip tells them, a capture of the clip's log lines, and MIDI sources that tests
+// name.
 
 #include "clip/ClipObserver.h"
 #include "clip/ClipOutputsObserver.h"
+#include "clip/MIDISourceList.h"
 #include "tests/support/ScratchHome.h"
 
+#include <QList>
 #include <QStringList>
 #include <QTemporaryDir>
 #include <QVariantMap>
 #include <functional>
 #include <memory>
+#include <optional>
 #include <vector>
 
 class SoundClip;
@@ -75,6 +79,15 @@ public:
     QStringList lines() const;
     int count(const QString& line) const;
     void clear();
+};
+
+// Sources by name; a source whose name is none cannot be read.
+class FakeMIDISources : public MIDISourceList {
+public:
+    int count() const override { return static_cast<int>(names.size()); }
+    bool name(int index, QString* name) const override;
+
+    QList<std::optional<QString>> names;
 };
 
 class ClipEngineTest : public ScratchHome {

@@ -1,5 +1,5 @@
 // The playlist document: its file (keys, types, partial, malformed and foreign files),
-// its settings, the stop rule, and MIDI learning and triggering.
+// its settings, the stop rule, and how a row learns its MIDI note.
 
 #include "playlist/PlaylistDocument.h"
 #include "clip/ClipSettings.h"
@@ -246,72 +246,28 @@ TEST_F(PlaylistFileTest, OtherDocumentsAskingToStopFadeTheCurrentClip) {
 
 using PlaylistMIDITest = PlaylistTest;
 
-TEST_F(PlaylistMIDITest, ASourceWithoutANameNeitherAssignsNorTriggers) {
-    sources.names = {QStringLiteral("Keys"), std::nullopt};
+// Learning and triggering themselves are the slot documents' shared rules (tests/document);
+// here is how a playlist row learns.
+TEST_F(PlaylistMIDITest, TheLearningSheetNamesTheRowAndAClipWithoutSettingsLearnsNothing) {
+    sources.names = {QStringLiteral("Keys")};
     QStringList journal; // outlives the document, which reports to it as it closes
     PlaylistDocument document;
     attachFake(document, &journal);
-    putClip(document, 1, tone,
-            {{settingsKey_MIDINote, 60},
-             {settingsKey_MIDIChannel, 2},
-             {settingsKey_MIDISourceName, QStringLiteral("Keys")}});
-    SoundClip& learner = putClip(document, 2, tone);
-    journal.clear();
-
-    document.receiveMIDIEvent(MIDIEvent(60, 1, 2));
-    EXPECT_TRUE(journal.isEmpty()) << "the nameless source fires nothing";
-    document.receiveMIDIEvent(MIDIEvent(60, 0, 2));
-    EXPECT_EQ(journal, QStringList{"start 1"});
-
-    const QVariantMap before = *learner.settings();
-    document.assignMIDINoteToButton(2);
-    EXPECT_EQ(document.assigningButtonIndex(), 2);
-    document.receiveMIDIEvent(MIDIEvent(61, 1, 3));
-    EXPECT_EQ(*learner.settings(), before);
-    EXPECT_EQ(document.assigningButtonIndex(), -1) << "learning ends all the same";
-    EXPECT_FALSE(document.assignMIDINotePanel()->isVisible());
-}
-
-TEST_F(PlaylistMIDITest, LearningStoresTheTriggerAndEveryMatchingSlotStartsInOrder) {
-    sources.names = {QStringLiteral("Keys"), QStringLiteral("Pads")};
-    QStringList journal; // outlives the document, which reports to it as it closes
-    PlaylistDocument document;
-    attachFake(document, &journal);
-    SoundClip& a = putClip(document, 3, tone);
-    putClip(document, 9, tone,
-            {{settingsKey_MIDINote, 36},
-             {settingsKey_MIDIChannel, 9},
-             {settingsKey_MIDISourceName, QStringLiteral("Pads")}});
-    putClip(document, 12, tone); // the initial record: note and channel, but no source
-    journal.clear();
+    SoundClip& bare = putClip(document, 3, tone);
+    bare.setSettings(nullptr);
     document.updateChangeCount(Document::ChangeKind::Cleared);
 
     document.assignMIDINoteToButton(3);
-    document.receiveMIDIEvent(MIDIEvent(36, 1, 9));
-    EXPECT_TRUE(journal.isEmpty()) << "the learnt note plays nothing";
-    EXPECT_EQ((*a.settings())[settingsKey_MIDINote], QVariant(36));
-    EXPECT_EQ((*a.settings())[settingsKey_MIDIChannel], QVariant(9));
-    EXPECT_EQ((*a.settings())[settingsKey_MIDISourceName], QVariant("Pads"));
-    EXPECT_TRUE(document.isDocumentEdited());
+    const AssignMIDINotePanel* panel = document.assignMIDINotePanel();
+    ASSERT_NE(panel, nullptr);
+    EXPECT_EQ(panel->text(),
+              QStringLiteral("Play a note on your MIDI device to assign it to row 4."))
+        << "rows count from 1";
+    EXPECT_EQ(panel->parentWidget(), document.window()) << "a sheet over the playlist window";
+    EXPECT_EQ(panel->windowModality(), Qt::WindowModal);
 
-    document.receiveMIDIEvent(MIDIEvent(36, 1, 9));
-    EXPECT_EQ(journal, (QStringList{"start 3", "start 9"}));
-    journal.clear();
-    document.receiveMIDIEvent(MIDIEvent(36, 0, 9)); // the same note from another source
-    document.receiveMIDIEvent(MIDIEvent(36, 1, 8)); // another channel
-    document.receiveMIDIEvent(MIDIEvent(0, 1, 0));  // the initial record's note and channel
-    EXPECT_TRUE(journal.isEmpty());
-
-    document.assignMIDINoteToButton(3);
-    document.clearMIDINote();
-    EXPECT_EQ((*a.settings())[settingsKey_MIDINote], QVariant(0));
-    EXPECT_EQ((*a.settings())[settingsKey_MIDISourceName], QVariant(QString()));
-    EXPECT_EQ(document.assigningButtonIndex(), -1);
-    document.receiveMIDIEvent(MIDIEvent(36, 1, 9));
-    EXPECT_EQ(journal, QStringList{"start 9"});
-
-    document.assignMIDINoteToButton(9);
-    document.cancelAssignMIDINote();
-    document.receiveMIDIEvent(MIDIEvent(40, 0, 1));
-    EXPECT_EQ(journal, (QStringList{"start 9"})) << "cancelled: the note neither learns nor plays";
+    document.receiveMIDIEvent(MIDIEvent(50, 0, 1));
+    EXPECT_EQ(bare.settings(), nullptr) << "unlike a cart wall button, no record is made";
+    EXPECT_FALSE(document.isDocumentEdited());
+    EXPECT_EQ(document.assigningButtonIndex(), -1) << "learning ends all the same";
 }

@@ -1,6 +1,7 @@
 // The preset document's rules: what counts as playing, stopping other documents, the
 // missing-clip check, the close warning, locked windows, MIDI learning and firing
-// through the note ring, and what a closing document lets go of.
+// through the note ring (with how a button learns), and what a closing document lets go
+// of.
 
 #include "clip/ClipSettings.h"
 #include "clip/MIDIController.h"
@@ -266,6 +267,32 @@ TEST_F(PresetRulesTest, ALappingBurstLosesTheNotesItOverwrote) {
         tickMIDI();
     }
     EXPECT_EQ(journal, QStringList{"start 5"});
+}
+
+TEST_F(PresetRulesTest, AButtonWithoutASettingsRecordLearnsIntoANewOne) {
+    QStringList journal; // outlives the document, which reports to it as it closes
+    PresetDocument document;
+    attachController(document, &journal);
+    SoundClip& bare = putClip(document, 6, tone);
+    bare.setSettings(nullptr);
+    document.assignMIDINoteToButton(6);
+    const auto* text = document.assignMIDINotePanel()->findChild<QLabel*>();
+    ASSERT_TRUE(text);
+    EXPECT_EQ(text->text(),
+              QStringLiteral("Play a note on your MIDI device to assign it to button G."));
+    EXPECT_EQ(document.assignMIDINotePanel()->windowModality(), Qt::ApplicationModal);
+
+    WriteMIDINote(3, 64, 1); // channel 3, note 64 from "Pads"
+    tickMIDI();
+    ASSERT_NE(bare.settings(), nullptr);
+    EXPECT_EQ(*bare.settings(),
+              (QVariantMap{{settingsKey_MIDINote, 64},
+                           {settingsKey_MIDIChannel, 3},
+                           {settingsKey_MIDISourceName, QStringLiteral("Pads")}}));
+    journal.clear();
+    WriteMIDINote(3, 64, 1);
+    tickMIDI();
+    EXPECT_EQ(journal, QStringList{"start 6"});
 }
 
 TEST_F(PresetRulesTest, ClearingAndCancellingEndLearning) {

@@ -38,14 +38,6 @@ QStringList ScriptedAlerts::titles() const {
     return result;
 }
 
-bool FakeMIDISources::name(int index, QString* name) const {
-    if (index < 0 || index >= names.size() || !names[index]) {
-        return false;
-    }
-    *name = *names[index];
-    return true;
-}
-
 void PresetTest::SetUp() {
     ClipEngineTest::SetUp();
     defaults().registerDefaults({{defaultsKey_DefaultClipSettings, ::defaultClipSettings()},

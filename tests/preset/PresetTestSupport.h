@@ -6,7 +6,6 @@
 // the document asks of it, an alert presenter that answers from a script and records
 // every alert, and MIDI sources that tests name.
 
-#include "clip/MIDISourceList.h"
 #include "document/AlertPresenter.h"
 #include "preset/PresetDocumentController.h"
 #include "tests/clip/ClipTestSupport.h"
@@ -15,7 +14,6 @@
 #include <QStringList>
 #include <QVariantMap>
 #include <memory>
-#include <optional>
 
 class PresetDocument;
 class QWidget;
@@ -49,15 +47,6 @@ public:
     QStringList answers;
     QList<Alert> shown;
     QStringList titles() const;
-};
-
-// Sources by name; a source whose name is none cannot be read.
-class FakeMIDISources : public MIDISourceList {
-public:
-    int count() const override { return static_cast<int>(names.size()); }
-    bool name(int index, QString* name) const override;
-
-    QList<std::optional<QString>> names;
 };
 
 class PresetTest : public ClipEngineTest {
