@@ -5,6 +5,7 @@
 #include "foundation/UserDefaults.h"
 #include "foundation/PropertyList.h"
 #include "tests/foundation/DiskFullScope.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/ScratchHome.h"
 
 #include <QColor>
@@ -15,7 +16,6 @@
 #include <QScopeGuard>
 #include <QSignalSpy>
 #include <QTimeZone>
-#include <algorithm>
 #include <cmath>
 #include <csignal>
 #include <limits>
@@ -23,30 +23,6 @@
 #include <unistd.h>
 
 namespace {
-
-// Collects the messages of the zelvora.defaults category while it lives.
-class DefaultsLog {
-public:
-    DefaultsLog() {
-        s_messages.clear();
-        _previous = qInstallMessageHandler(&DefaultsLog::handle);
-    }
-    ~DefaultsLog() { qInstallMessageHandler(_previous); }
-    const QStringList& messages() const { return s_messages; }
-    bool contains(const QString& text) const {
-        return std::any_of(s_messages.begin(), s_messages.end(),
-                           [&](const QString& m) { return m.contains(text); });
-    }
-
-private:
-    static void handle(QtMsgType, const QMessageLogContext& context, const QString& message) {
-        if (QByteArray(context.category) == "zelvora.defaults") {
-            s_messages.append(message);
-        }
-    }
-    static inline QStringList s_messages;
-    QtMessageHandler _previous = nullptr;
-};
 
 QVariant readFile(const QString& path) {
     QFile file(path);
@@ -274,13 +250,13 @@ TEST_F(UserDefaultsTest, ExactlyOneSignalPerChange) {
 TEST_F(UserDefaultsTest, UnstorableValueIsRefusedAndChangesNothing) {
     defaults().setObject(1, "Output Color");
     QSignalSpy spy(&defaults(), &UserDefaults::defaultsChanged);
-    DefaultsLog log;
+    LogCapture log("zelvora.defaults");
     EXPECT_FALSE(defaults().setObject(QColor(Qt::red), "Output Color"));
     EXPECT_FALSE(defaults().setObject(QVariantMap{{"Inner", QColor(Qt::red)}}, "Record"));
     EXPECT_EQ(spy.count(), 0);
     EXPECT_EQ(defaults().objectForKey("Output Color"), QVariant(1));
     EXPECT_FALSE(defaults().hasObjectForKey("Record"));
-    EXPECT_TRUE(log.contains("\"Record/Inner\"")) << log.messages().join('|').toStdString();
+    EXPECT_TRUE(log.contains("\"Record/Inner\"")) << log.text();
     EXPECT_TRUE(log.contains("QColor"));
 }
 
@@ -309,9 +285,9 @@ TEST_F(UserDefaultsTest, UnknownKeysInTheFileAreWrittenBackUnchanged) {
 TEST_F(UserDefaultsTest, MalformedFileIsReportedAndMovedAsideBeforeTheFirstWrite) {
     const QByteArray garbage = "<plist><dict><key>Volume</key></dict></plist>";
     writeFile(defaults().filePath(), garbage);
-    DefaultsLog log;
+    LogCapture log("zelvora.defaults");
     restart();
-    EXPECT_EQ(log.messages().size(), 1) << log.messages().join('|').toStdString();
+    EXPECT_EQ(log.lines().size(), 1) << log.text();
     EXPECT_TRUE(log.contains(defaults().filePath()));
     EXPECT_TRUE(log.contains("\"Volume\" has no value"));
 
@@ -341,9 +317,9 @@ TEST_F(UserDefaultsTest, MalformedFileIsReportedAndMovedAsideBeforeTheFirstWrite
 
 TEST_F(UserDefaultsTest, FileHoldingNoDictIsTreatedAsMalformed) {
     writeFile(defaults().filePath(), PropertyList::toXml(QVariantList{1, 2}));
-    DefaultsLog log;
+    LogCapture log("zelvora.defaults");
     restart();
-    EXPECT_TRUE(log.contains("instead of a dict")) << log.messages().join('|').toStdString();
+    EXPECT_TRUE(log.contains("instead of a dict")) << log.text();
     EXPECT_FALSE(defaults().lastError().isEmpty());
     defaults().setObject(1, "A");
     EXPECT_EQ(QDir(QFileInfo(defaults().filePath()).absolutePath())
@@ -357,14 +333,14 @@ TEST_F(UserDefaultsTest, FolderThatCannotBeCreatedKeepsValuesInMemory) {
     writeFile(path() + "/blocked", "not a folder");
     UserDefaults store(path() + "/blocked/zelvora-studio");
     QSignalSpy spy(&store, &UserDefaults::defaultsChanged);
-    DefaultsLog log;
+    LogCapture log("zelvora.defaults");
     EXPECT_TRUE(store.setObject(0.5, "Volume"));
     EXPECT_TRUE(store.setObject(0.6, "Volume"));
     EXPECT_EQ(store.doubleForKey("Volume"), 0.6);
     EXPECT_EQ(spy.count(), 2);
     EXPECT_FALSE(store.lastError().isEmpty());
     // Reported once, not for every change.
-    EXPECT_EQ(log.messages().size(), 1) << log.messages().join('|').toStdString();
+    EXPECT_EQ(log.lines().size(), 1) << log.text();
     EXPECT_TRUE(log.contains("cannot create the folder"));
 }
 
@@ -373,7 +349,7 @@ TEST_F(UserDefaultsTest, FolderThatCannotBeCreatedKeepsValuesInMemory) {
 TEST_F(UserDefaultsTest, FailedSaveLeavesTheFileIntactAndValuesLiveOn) {
     defaults().setObject(1, "Saved Before");
     QSignalSpy spy(&defaults(), &UserDefaults::defaultsChanged);
-    DefaultsLog log;
+    LogCapture log("zelvora.defaults");
     bool stored = false;
     {
         DiskFullScope full;
@@ -384,7 +360,7 @@ TEST_F(UserDefaultsTest, FailedSaveLeavesTheFileIntactAndValuesLiveOn) {
     EXPECT_TRUE(stored);
     EXPECT_EQ(spy.count(), 1);
     EXPECT_EQ(defaults().integerForKey("Changed After"), 2);
-    EXPECT_TRUE(log.contains("Settings not saved")) << log.messages().join('|').toStdString();
+    EXPECT_TRUE(log.contains("Settings not saved")) << log.text();
     EXPECT_TRUE(defaults().lastError().contains(defaults().filePath()));
     EXPECT_TRUE(PropertyList::isIdentical(readFile(defaults().filePath()),
                                           QVariantMap{{"Saved Before", 1}}));
@@ -409,10 +385,10 @@ TEST_F(UserDefaultsTest, ReadOnlyFolderIsReportedAndValuesLiveOn) {
         GTEST_SKIP() << "the folder stays writable after chmod 0500 (running as root, uid "
                      << geteuid() << "), so a failing save cannot be provoked this way";
     }
-    DefaultsLog log;
+    LogCapture log("zelvora.defaults");
     EXPECT_TRUE(defaults().setObject(2, "Changed After"));
     EXPECT_EQ(defaults().integerForKey("Changed After"), 2);
-    EXPECT_TRUE(log.contains("Settings not saved")) << log.messages().join('|').toStdString();
+    EXPECT_TRUE(log.contains("Settings not saved")) << log.text();
     EXPECT_TRUE(defaults().lastError().contains(defaults().filePath()));
     // The file on disk still holds the last good state.
     EXPECT_TRUE(PropertyList::isIdentical(readFile(defaults().filePath()),

@@ -7,10 +7,9 @@
 #include "media/OfflineDriver.h"
 #include "media/OfflineStream.h"
 #include "tests/media/EngineTestSupport.h"
+#include "tests/support/LogCapture.h"
 
-#include <QStringList>
 #include <chrono>
-#include <mutex>
 #include <thread>
 
 using media::Movie;
@@ -19,17 +18,6 @@ namespace {
 
 constexpr int kRate = testaudio::kRate;
 const QString kFourChannels = QStringLiteral("Test Device 4ch");
-
-// Log lines can come from any thread (decoder workers log too).
-std::mutex capturedMutex;
-QStringList capturedLines;
-
-void captureDeviceLines(QtMsgType, const QMessageLogContext& context, const QString& message) {
-    if (context.category && QByteArray(context.category) == "zelvora.device") {
-        std::lock_guard lock(capturedMutex);
-        capturedLines.append(message);
-    }
-}
 
 // Waits (polling, bounded) until the condition holds; the fallback clock runs in real time.
 template <typename Condition>
@@ -44,31 +32,11 @@ bool eventually(Condition condition) {
     return true;
 }
 
-int linesContaining(const QString& text) {
-    std::lock_guard lock(capturedMutex);
-    int count = 0;
-    for (const QString& line : capturedLines) {
-        count += line.contains(text);
-    }
-    return count;
-}
-
 } // namespace
 
 class DeviceLossTest : public OfflineEngineTest {
 protected:
-    void SetUp() override {
-        OfflineEngineTest::SetUp();
-        std::lock_guard lock(capturedMutex);
-        capturedLines.clear();
-        _previousHandler = qInstallMessageHandler(captureDeviceLines);
-    }
-    void TearDown() override {
-        qInstallMessageHandler(_previousHandler);
-        OfflineEngineTest::TearDown();
-    }
-
-    QtMessageHandler _previousHandler = nullptr;
+    LogCapture log{"zelvora.device"};
 };
 
 TEST_F(DeviceLossTest, ALostDeviceKeepsItsMoviesAdvancingAndComesBack) {
@@ -86,8 +54,7 @@ TEST_F(DeviceLossTest, ALostDeviceKeepsItsMoviesAdvancingAndComesBack) {
     engine().service();
     EXPECT_TRUE(engine().isOnFallback(kFourChannels));
     EXPECT_FALSE(engine().isOnFallback(QStringLiteral("Offline Output")));
-    EXPECT_EQ(linesContaining(QStringLiteral("was lost")), 1)
-        << qPrintable(capturedLines.join('\n'));
+    EXPECT_EQ(log.countContaining(QStringLiteral("was lost")), 1) << log.text();
 
     // The other device is not disturbed.
     const std::vector<float> unaffected = pull(4096);
@@ -105,8 +72,7 @@ TEST_F(DeviceLossTest, ALostDeviceKeepsItsMoviesAdvancingAndComesBack) {
     driver().setDevicePresent(kFourChannels, true);
     engine().checkDevices();
     EXPECT_FALSE(engine().isOnFallback(kFourChannels));
-    EXPECT_EQ(linesContaining(QStringLiteral("is back")), 1)
-        << qPrintable(capturedLines.join('\n'));
+    EXPECT_EQ(log.countContaining(QStringLiteral("is back")), 1) << log.text();
 
     const double resumedAt = lost->position();
     const std::vector<float> back = pull(4096, kFourChannels);
