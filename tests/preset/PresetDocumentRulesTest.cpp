@@ -1,7 +1,7 @@
-// The preset document's rules: what counts as playing, stopping other documents, the
-// missing-clip check, the close warning, locked windows, MIDI learning and firing
-// through the note ring (with how a button learns), and what a closing document lets go
-// of.
+// The preset document's rules: stopping other documents, the missing-clip check, the
+// close warning, locked windows, MIDI learning and firing through the note ring (with how
+// a button learns), and what a closing document lets go of. What counts as playing is the
+// slot documents' shared rule, tested in tests/document.
 
 #include "clip/ClipSettings.h"
 #include "clip/MIDIController.h"
@@ -41,20 +41,6 @@ protected:
         sources.names = {QStringLiteral("Keys"), QStringLiteral("Pads"), std::nullopt};
     }
 };
-
-TEST_F(PresetRulesTest, APausedClipCountsAsPlaying) {
-    PresetDocument document;
-    EXPECT_FALSE(document.hasPlayingClips()) << "empty buttons play nothing";
-    SoundClip& clip = putClip(document, 4, tone);
-    putClip(document, 6, tone);
-    EXPECT_FALSE(document.hasPlayingClips());
-    clip.startPlaying(false);
-    clip.pausePlaying(false);
-    ASSERT_TRUE(clip.isPaused());
-    EXPECT_TRUE(document.hasPlayingClips());
-    clip.stopPlaying();
-    EXPECT_FALSE(document.hasPlayingClips());
-}
 
 TEST_F(PresetRulesTest, StoppingOtherDocumentsLeavesOtherPresetsPlaying) {
     DocumentController controller;
