@@ -51,16 +51,6 @@ TEST(RoundToUnit, UnrepresentableQuotientRoundsToTheLongMinimum) {
     EXPECT_DOUBLE_EQ(RoundToUnit(1.0e300, 1.0), static_cast<double>(LONG_MIN));
 }
 
-TEST(TimeCodeFormatter, StartsAtNtscRateShowingZero) {
-    CTimeCodeFormatter formatter;
-    EXPECT_DOUBLE_EQ(formatter.framesPerSecond(), 29.97);
-    EXPECT_TRUE(formatter.displayZero());
-    formatter.setFramesPerSecond(25.0);
-    formatter.setDisplayZero(false);
-    EXPECT_DOUBLE_EQ(formatter.framesPerSecond(), 25.0);
-    EXPECT_FALSE(formatter.displayZero());
-}
-
 TEST(TimeCodeDisplay, SnapsTheFractionToFrames) {
     const CTimeCodeFormatter formatter;
     EXPECT_EQ(formatter.stringForObjectValue(1.5), "00:00:01:15");
