@@ -53,36 +53,22 @@ TEST(DefaultClipSettings, HoldsThirteenKeysWithTheirStoredTypes) {
     }
 }
 
-TEST(DefaultClipSettings, NeverMatchesAMidiEventAndDoesNotLoop) {
-    ClipSettingsHolder clip(record(defaultClipSettings()));
-    EXPECT_FALSE(clip.boolValueForSettingsKey(settingsKey_Loop));
-    EXPECT_EQ(clip.stringValueForSettingsKey(settingsKey_MIDISourceName), "");
-    EXPECT_TRUE(clip.boolValueForSettingsKey(settingsKey_UseDefaultSettings));
-    EXPECT_DOUBLE_EQ(clip.doubleValueForSettingsKey(settingsKey_DuckingVolume), 0.6);
-}
-
-TEST(ClipSettingsAccessors, EmptyRecordReadsTheFallbacks) {
+TEST(ClipSettingsAccessors, AnEmptyRecordOrNoneReadsTheFallbacks) {
     // An empty record plays silent with no fade-out: documents must never start from one.
-    ClipSettingsHolder clip(record({}));
-    EXPECT_DOUBLE_EQ(clip.doubleValueForSettingsKey(settingsKey_InPoint), 0.0);
-    EXPECT_DOUBLE_EQ(clip.doubleValueForSettingsKey(settingsKey_OutPoint), 0.0);
-    EXPECT_DOUBLE_EQ(clip.doubleValueForSettingsKey(settingsKey_FadeInDuration), 0.0);
-    EXPECT_DOUBLE_EQ(clip.doubleValueForSettingsKey(settingsKey_FadeOutDuration), 0.0);
-    EXPECT_DOUBLE_EQ(clip.doubleValueForSettingsKey(settingsKey_NormalVolume), 0.0);
-    EXPECT_DOUBLE_EQ(clip.doubleValueForSettingsKey(settingsKey_DuckingVolume), 0.0);
-    EXPECT_EQ(clip.intValueForSettingsKey(settingsKey_FadeOutMode), 0);
-    EXPECT_EQ(clip.intValueForSettingsKey(settingsKey_OutputIndex), 0);
-    EXPECT_FALSE(clip.boolValueForSettingsKey(settingsKey_Loop));
-    EXPECT_TRUE(clip.stringValueForSettingsKey(settingsKey_MIDISourceName).isEmpty());
-}
-
-TEST(ClipSettingsAccessors, HolderWithoutARecordReadsLikeAnEmptyOne) {
-    ClipSettingsHolder clip;
-    EXPECT_EQ(clip.settings(), nullptr);
-    EXPECT_DOUBLE_EQ(clip.doubleValueForSettingsKey(settingsKey_NormalVolume), 0.0);
-    EXPECT_EQ(clip.intValueForSettingsKey(settingsKey_OutputIndex), 0);
-    EXPECT_FALSE(clip.boolValueForSettingsKey(settingsKey_Loop));
-    EXPECT_EQ(clip.stringValueForSettingsKey(settingsKey_MIDISourceName), "");
+    const ClipSettingsHolder empty(record({}));
+    const ClipSettingsHolder none;
+    EXPECT_EQ(none.settings(), nullptr);
+    for (const ClipSettingsHolder* clip : {&empty, &none}) {
+        for (const QString& key :
+             {settingsKey_InPoint, settingsKey_OutPoint, settingsKey_FadeInDuration,
+              settingsKey_FadeOutDuration, settingsKey_NormalVolume, settingsKey_DuckingVolume}) {
+            EXPECT_DOUBLE_EQ(clip->doubleValueForSettingsKey(key), 0.0) << key.toStdString();
+        }
+        EXPECT_EQ(clip->intValueForSettingsKey(settingsKey_FadeOutMode), 0);
+        EXPECT_EQ(clip->intValueForSettingsKey(settingsKey_OutputIndex), 0);
+        EXPECT_FALSE(clip->boolValueForSettingsKey(settingsKey_Loop));
+        EXPECT_EQ(clip->stringValueForSettingsKey(settingsKey_MIDISourceName), "");
+    }
 }
 
 TEST(ClipSettingsAccessors, NumbersConvertBetweenTypes) {
