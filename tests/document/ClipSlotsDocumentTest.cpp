@@ -13,10 +13,10 @@
 #include "foundation/PropertyList.h"
 #include "media/AudioEngine.h"
 #include "tests/clip/ClipTestSupport.h"
+#include "tests/document/ClipSlotsTestSupport.h"
 
 #include <QFileInfo>
 #include <QLoggingCategory>
-#include <QSet>
 #include <QUrl>
 #include <QWidget>
 
@@ -87,23 +87,6 @@ private:
     QStringList* _journal;
     std::unique_ptr<JournalController> _controller;
 };
-
-QSet<QString> keysOf(const QVariantMap& map) {
-    const QStringList keys = map.keys();
-    return QSet<QString>(keys.begin(), keys.end());
-}
-
-QVariantMap saved(const ClipSlotsDocument& document) {
-    QString error;
-    const QByteArray bytes = document.dataRepresentation(&error);
-    EXPECT_TRUE(bytes.startsWith("<?xml")) << error.toStdString();
-    return PropertyList::fromData(bytes).toMap();
-}
-
-bool load(ClipSlotsDocument& document, const QVariantMap& root) {
-    QString error;
-    return document.loadDataRepresentation(PropertyList::toXml(root), &error);
-}
 
 const QVariantMap kPadsTrigger{{settingsKey_MIDINote, 36},
                                {settingsKey_MIDIChannel, 9},

@@ -9,32 +9,15 @@
 #include "document/AssignMIDINotePanel.h"
 #include "foundation/PropertyList.h"
 #include "preset/PresetDocument.h"
+#include "tests/document/ClipSlotsTestSupport.h"
 #include "tests/playlist/PlaylistTestSupport.h"
 
 #include <QFileInfo>
-#include <QSet>
 
 namespace {
 
 QMetaType::Type typeOf(const QVariant& value) {
     return static_cast<QMetaType::Type>(value.typeId());
-}
-
-QSet<QString> keysOf(const QVariantMap& map) {
-    const QStringList keys = map.keys();
-    return QSet<QString>(keys.begin(), keys.end());
-}
-
-QVariantMap saved(const PlaylistDocument& document) {
-    QString error;
-    const QByteArray bytes = document.dataRepresentation(&error);
-    EXPECT_TRUE(bytes.startsWith("<?xml")) << error.toStdString();
-    return PropertyList::fromData(bytes).toMap();
-}
-
-bool load(PlaylistDocument& document, const QVariantMap& root) {
-    QString error;
-    return document.loadDataRepresentation(PropertyList::toXml(root), &error);
 }
 
 } // namespace
