@@ -49,6 +49,17 @@ std::vector<MeterSegment> segmentsFromBottom(const QImage& image, int x) {
     return segments;
 }
 
+// Sets each value in turn and checks how many paints `paints` has counted after it.
+template <class View>
+void expectPaintsAfter(View& view, PaintCounter& paints,
+                       std::initializer_list<std::pair<double, int>> steps) {
+    for (const auto& [value, expected] : steps) {
+        view.setDoubleValue(value);
+        letPendingPaintsHappen();
+        EXPECT_EQ(paints.count(), expected) << "after " << value;
+    }
+}
+
 } // namespace
 
 // --- progress bar ---------------------------------------------------------------------------
@@ -144,31 +155,11 @@ TEST(ProgressView, RepaintsOnlyWhenTheValueMovedByAtLeastOneSegment) {
     showAndSettle(view);
     EXPECT_DOUBLE_EQ(view.valueStep(), 0.01);
     PaintCounter paints(view);
-
-    view.setDoubleValue(0.50);
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 1);
-
-    view.setDoubleValue(0.505); // half a segment: not worth a repaint
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 1);
-
-    view.setDoubleValue(0.51); // one segment from the last repaint at 0.50
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 2);
-
-    // Small steps that add up: measured from the last repaint (0.51), not the last value.
-    view.setDoubleValue(0.515);
-    view.setDoubleValue(0.519);
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 2);
-    view.setDoubleValue(0.52);
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 3);
-
-    view.setDoubleValue(0.40); // going down counts the same
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 4);
+    // Half a segment (0.505) is not worth a repaint; small steps add up, measured from the
+    // last repaint (0.51), not the last value; going down counts the same.
+    expectPaintsAfter(
+        view, paints,
+        {{0.50, 1}, {0.505, 1}, {0.51, 2}, {0.515, 2}, {0.519, 2}, {0.52, 3}, {0.40, 4}});
 }
 
 TEST(ProgressView, TheRepaintStepFollowsTheWidth) {
@@ -177,12 +168,7 @@ TEST(ProgressView, TheRepaintStepFollowsTheWidth) {
     EXPECT_DOUBLE_EQ(view.valueStep(), 0.02);
     showAndSettle(view);
     PaintCounter paints(view);
-    view.setDoubleValue(0.015);
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 0);
-    view.setDoubleValue(0.02);
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 1);
+    expectPaintsAfter(view, paints, {{0.015, 0}, {0.02, 1}});
 }
 
 TEST(ProgressView, CommandClickSeeksToTheClickedFraction) {
@@ -198,7 +184,7 @@ TEST(ProgressView, CommandClickSeeksToTheClickedFraction) {
     EXPECT_EQ(receiver.positions, (std::vector<double>{0.5, 0.25, 0.0}));
 }
 
-TEST(ProgressView, ClicksWithoutCommandDoNotSeek) {
+TEST(ProgressView, ClicksWithoutCommandOrWithoutAReceiverDoNotSeek) {
     QWidget window;
     window.resize(320, 30);
     CProgressView view(&window);
@@ -206,21 +192,10 @@ TEST(ProgressView, ClicksWithoutCommandDoNotSeek) {
     SeekRecorder receiver;
     view.setWindowController(&receiver);
     showAndSettle(window);
-
-    QTest::mouseClick(&view, Qt::LeftButton, Qt::NoModifier, QPoint(150, 5));
-    QTest::mouseClick(&view, Qt::LeftButton, Qt::ShiftModifier, QPoint(150, 5));
-    QTest::mouseClick(&view, Qt::LeftButton, Qt::AltModifier, QPoint(150, 5));
-    QTest::mouseClick(&view, Qt::LeftButton, Qt::MetaModifier, QPoint(150, 5));
-    EXPECT_TRUE(receiver.positions.empty());
-}
-
-TEST(ProgressView, CommandClickWithoutAReceiverIsHarmless) {
-    CProgressView view;
-    view.resize(300, 10);
-    SeekRecorder receiver;
-    view.setWindowController(&receiver);
+    for (auto modifier : {Qt::NoModifier, Qt::ShiftModifier, Qt::AltModifier, Qt::MetaModifier}) {
+        QTest::mouseClick(&view, Qt::LeftButton, modifier, QPoint(150, 5));
+    }
     view.setWindowController(nullptr);
-    showAndSettle(view);
     QTest::mouseClick(&view, Qt::LeftButton, Qt::ControlModifier, QPoint(150, 5));
     EXPECT_TRUE(receiver.positions.empty());
 }
@@ -297,14 +272,5 @@ TEST(VuMeterView, RepaintsOnlyWhenTheLevelMovedByAtLeastOneSegment) {
     showAndSettle(meter);
     EXPECT_DOUBLE_EQ(meter.valueStep(), 0.02);
     PaintCounter paints(meter);
-
-    meter.setDoubleValue(0.3);
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 1);
-    meter.setDoubleValue(0.31);
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 1);
-    meter.setDoubleValue(0.27);
-    letPendingPaintsHappen();
-    EXPECT_EQ(paints.count(), 2);
+    expectPaintsAfter(meter, paints, {{0.3, 1}, {0.31, 1}, {0.27, 2}});
 }
