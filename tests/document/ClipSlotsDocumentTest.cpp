@@ -14,6 +14,7 @@
 #include "media/AudioEngine.h"
 #include "tests/clip/ClipTestSupport.h"
 #include "tests/document/ClipSlotsTestSupport.h"
+#include "tests/support/LogCapture.h"
 
 #include <QFileInfo>
 #include <QLoggingCategory>
@@ -315,17 +316,13 @@ TEST_F(ClipSlotsDocumentTest, ClearingForgetsTheTriggerAndCancellingKeepsIt) {
     EXPECT_EQ(clip.settings()->value(settingsKey_MIDINote), QVariant(36));
     EXPECT_FALSE(document.isDocumentEdited()) << "cancelling is no edit";
 
-    static QStringList logged;
-    logged.clear();
-    const QtMessageHandler previous = qInstallMessageHandler(
-        [](QtMsgType, const QMessageLogContext& context, const QString& message) {
-            logged << QString::fromUtf8(context.category) + QLatin1Char(' ') + message;
-        });
-    document.assignMIDINoteToButton(4);
-    document.assignMIDINotePanel()->clearRequested();
-    qInstallMessageHandler(previous);
-    EXPECT_TRUE(logged.contains("zelvora.test.slots Clearing MIDI button 4"))
-        << logged.join('|').toStdString();
+    {
+        // Logged in the subclass's category.
+        LogCapture log("zelvora.test.slots");
+        document.assignMIDINoteToButton(4);
+        document.assignMIDINotePanel()->clearRequested();
+        EXPECT_EQ(log.count("Clearing MIDI button 4"), 1) << log.text();
+    }
     const QVariantMap cleared = *clip.settings();
     EXPECT_EQ(cleared[settingsKey_MIDINote], QVariant(0));
     EXPECT_EQ(cleared[settingsKey_MIDIChannel], QVariant(0));
