@@ -117,19 +117,21 @@ AudioEngine* AudioEngine::instance() {
 void AudioEngine::chooseDriver(std::unique_ptr<AudioDriver> driver) {
     _driver = std::move(driver);
     _devices = listDevices();
-    const bool hardware = _driver->name() == QLatin1String("rtaudio");
-    if (hardware && _devices.empty()) {
+    if (_driver->name() == QLatin1String("rtaudio") && _devices.empty()) {
         switchToNullDriver(QStringLiteral("RtAudio found no output device"));
     }
     const AudioDeviceInfo info = defaultDeviceInfo();
     _sampleRate = info.preferredSampleRate > 0 ? info.preferredSampleRate : kFallbackSampleRate;
     _defaultDevice = openDevice(info);
-    if (hardware && _defaultDevice->isOnFallback()) {
-        _openDevices.clear();
-        switchToNullDriver(QStringLiteral("the default device did not open"));
-        const AudioDeviceInfo nullInfo = defaultDeviceInfo();
-        _sampleRate = nullInfo.preferredSampleRate;
-        _defaultDevice = openDevice(nullInfo);
+    // A listed device that does not open yet (its sound server still starting, another
+    // program holding it) keeps the back end: its outputs run on the fallback clock and
+    // the device watch opens it as soon as it can, so the studio is not silent until the
+    // program is restarted.
+    if (_defaultDevice->isOnFallback()) {
+        qCWarning(lcDevice).noquote()
+            << QStringLiteral("The default device \"%1\" is not open yet; its outputs keep time "
+                              "on the fallback clock until it opens")
+                   .arg(info.name);
     }
     qCInfo(lcDevice).noquote() << QStringLiteral("Audio engine on the %1 back end, %2 Hz, \"%3\"")
                                       .arg(_driver->name())
@@ -208,7 +210,10 @@ EngineDevice* AudioEngine::openDevice(const AudioDeviceInfo& info) {
     return device;
 }
 
-bool AudioEngine::reopen(EngineDevice& device, const AudioDeviceInfo& info) {
+bool AudioEngine::reopen(EngineDevice& device, const AudioDeviceInfo& info, Attempt attempt) {
+    // The device watch retries a device on the fallback clock every few seconds; its
+    // first failure was reported, the retries are not.
+    const bool report = attempt == Attempt::First;
     QString error;
     std::unique_ptr<DeviceStream> stream;
     {
@@ -216,13 +221,17 @@ bool AudioEngine::reopen(EngineDevice& device, const AudioDeviceInfo& info) {
         stream = _driver->openStream(info, _sampleRate, _periodFrames, &device.mixer(), &error);
     }
     if (!stream) {
-        qCWarning(lcDevice).noquote()
-            << QStringLiteral("Audio device \"%1\" did not open: %2").arg(info.name, error);
+        if (report) {
+            qCWarning(lcDevice).noquote()
+                << QStringLiteral("Audio device \"%1\" did not open: %2").arg(info.name, error);
+        }
         return false;
     }
     if (!device.useStream(std::move(stream))) {
-        qCWarning(lcDevice).noquote()
-            << QStringLiteral("Audio device \"%1\" did not start").arg(info.name);
+        if (report) {
+            qCWarning(lcDevice).noquote()
+                << QStringLiteral("Audio device \"%1\" did not start").arg(info.name);
+        }
         return false;
     }
     return true;
@@ -282,7 +291,7 @@ void AudioEngine::applyDeviceList(std::vector<AudioDeviceInfo> devices) {
             continue;
         }
         const AudioDeviceInfo* info = findDevice(device->info().name);
-        if (info && reopen(*device, *info)) {
+        if (info && reopen(*device, *info, Attempt::Retry)) {
             qCInfo(lcDevice).noquote()
                 << QStringLiteral("Audio device \"%1\" is back").arg(info->name);
         }

@@ -122,7 +122,10 @@ private:
     AudioDeviceInfo defaultDeviceInfo() const;
     const AudioDeviceInfo* findDevice(const QString& name) const;
     EngineDevice* openDevice(const AudioDeviceInfo& info);
-    bool reopen(EngineDevice& device, const AudioDeviceInfo& info);
+    // Opens a stream for `device`; a failure is logged unless it is a quiet retry.
+    enum class Attempt { First, Retry };
+    bool reopen(EngineDevice& device, const AudioDeviceInfo& info,
+                Attempt attempt = Attempt::First);
     EngineDevice* deviceForName(const QString& name);
     void applyDeviceList(std::vector<AudioDeviceInfo> devices);
     void moveFailedDevicesToFallback();

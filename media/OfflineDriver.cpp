@@ -68,6 +68,12 @@ std::unique_ptr<DeviceStream> OfflineDriver::openStream(const AudioDeviceInfo& d
         }
         return nullptr;
     }
+    if (_refusing.contains(device.name)) {
+        if (error) {
+            *error = QStringLiteral("The offline device \"%1\" is busy").arg(device.name);
+        }
+        return nullptr;
+    }
     auto stream = std::make_unique<OfflineStream>(
         this, device.name, std::max(device.outputChannels, 1), sampleRate, periodFrames, callback);
     _streams.push_back(stream.get());
@@ -97,6 +103,14 @@ void OfflineDriver::setDevicePresent(const QString& deviceName, bool present) {
         if (stream->deviceName() == deviceName) {
             stream->fail();
         }
+    }
+}
+
+void OfflineDriver::setDeviceRefusesStreams(const QString& deviceName, bool refuses) {
+    std::lock_guard lock(_mutex);
+    _refusing.removeAll(deviceName);
+    if (refuses) {
+        _refusing.append(deviceName);
     }
 }
 

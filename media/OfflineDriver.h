@@ -34,6 +34,9 @@ public:
     OfflineStream* stream(const QString& deviceName) const;
     // Unplugs (the device leaves the list and its open stream fails) or plugs it back.
     void setDevicePresent(const QString& deviceName, bool present);
+    // A listed device that refuses every new stream (busy, its server not ready yet), or
+    // takes them again.
+    void setDeviceRefusesStreams(const QString& deviceName, bool refuses);
 
     // Called by a stream as it closes. Any thread.
     void forget(const OfflineStream* stream);
@@ -42,6 +45,7 @@ private:
     mutable std::mutex _mutex; // test thread, main thread and device-watch thread
     std::vector<AudioDeviceInfo> _devices;
     QStringList _absent;
+    QStringList _refusing;
     std::vector<OfflineStream*> _streams;
 };
 

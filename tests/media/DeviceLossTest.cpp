@@ -110,3 +110,32 @@ TEST_F(DeviceLossTest, ARouteToAListedDeviceThatDoesNotOpenRunsOnTheFallbackCloc
     EXPECT_FALSE(engine().isOnFallback(kFourChannels));
     ASSERT_NE(driver().stream(kFourChannels), nullptr);
 }
+
+TEST(DeviceAtStart, ADefaultDeviceThatDoesNotOpenYetIsOpenedByTheDeviceWatch) {
+    // A sound server still starting when the program starts: the device is listed but
+    // refuses streams. The engine keeps its back end and opens the device once it can.
+    LogCapture log{"zelvora.device"};
+    auto driver = std::make_unique<media::OfflineDriver>();
+    media::OfflineDriver* devices = driver.get();
+    devices->setDeviceRefusesStreams(QStringLiteral("Offline Output"), true);
+    media::AudioEngine::Options options;
+    options.driver = std::move(driver);
+    options.deviceWatchIntervalMs = 0;
+    media::AudioEngine engine(std::move(options));
+    EXPECT_EQ(engine.driverName(), QStringLiteral("offline")) << "not the silent null back end";
+    EXPECT_TRUE(engine.isOnFallback(media::AudioEngine::builtInOutputName()));
+    EXPECT_EQ(log.countContaining(QStringLiteral("did not open")), 1) << log.text();
+    EXPECT_EQ(log.countContaining(QStringLiteral("fallback clock until it opens")), 1);
+
+    engine.checkDevices();
+    engine.checkDevices();
+    EXPECT_TRUE(engine.isOnFallback(media::AudioEngine::builtInOutputName()));
+    EXPECT_EQ(log.countContaining(QStringLiteral("did not open")), 1)
+        << "a retry that fails again is not logged again: " << log.text();
+
+    devices->setDeviceRefusesStreams(QStringLiteral("Offline Output"), false);
+    engine.checkDevices();
+    EXPECT_FALSE(engine.isOnFallback(media::AudioEngine::builtInOutputName()));
+    EXPECT_NE(devices->stream(QStringLiteral("Offline Output")), nullptr);
+    EXPECT_EQ(log.countContaining(QStringLiteral("is back")), 1) << log.text();
+}
