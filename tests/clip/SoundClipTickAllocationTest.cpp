@@ -8,28 +8,12 @@
 #include "clip/ClipSettings.h"
 #include "clip/SoundClip.h"
 #include "tests/clip/ClipTestSupport.h"
+#include "tests/support/AllocationHooks.h"
 
 #include <QLoggingCategory>
-#include <atomic>
-#include <cerrno>
-#include <cstdlib>
-#include <new>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ZELVORA_COUNTING_HOOKS 0
-#else
-#define ZELVORA_COUNTING_HOOKS 1
-#endif
 
 namespace {
 thread_local bool countingThisThread = false;
-std::atomic<long long> allocationsInTick{0};
-
-void noteAllocation() {
-    if (countingThisThread) {
-        allocationsInTick.fetch_add(1, std::memory_order_relaxed);
-    }
-}
 
 // Counts the allocations of this thread while it lives.
 class TickScope {
@@ -41,59 +25,12 @@ public:
 };
 } // namespace
 
-#if ZELVORA_COUNTING_HOOKS
-
-extern "C" {
-void* __libc_malloc(size_t size);
-void* __libc_calloc(size_t count, size_t size);
-void* __libc_realloc(void* pointer, size_t size);
-void* __libc_memalign(size_t alignment, size_t size);
-
-void* malloc(size_t size) {
-    noteAllocation();
-    return __libc_malloc(size);
-}
-void* calloc(size_t count, size_t size) {
-    noteAllocation();
-    return __libc_calloc(count, size);
-}
-void* realloc(void* pointer, size_t size) {
-    noteAllocation();
-    return __libc_realloc(pointer, size);
-}
-void* memalign(size_t alignment, size_t size) {
-    noteAllocation();
-    return __libc_memalign(alignment, size);
-}
-int posix_memalign(void** result, size_t alignment, size_t size) {
-    noteAllocation();
-    *result = __libc_memalign(alignment, size);
-    return *result ? 0 : ENOMEM;
-}
-void* aligned_alloc(size_t alignment, size_t size) {
-    noteAllocation();
-    return __libc_memalign(alignment, size);
-}
-}
-
-void* operator new(size_t size) {
-    noteAllocation();
-    if (void* pointer = __libc_malloc(size ? size : 1)) {
-        return pointer;
-    }
-    throw std::bad_alloc();
-}
-void* operator new[](size_t size) {
-    return operator new(size);
-}
-
-#endif
-
 class SoundClipTickAllocationTest : public ClipEngineTest {
 protected:
     void SetUp() override {
         ClipEngineTest::SetUp();
         QLoggingCategory::setFilterRules(QStringLiteral("zelvora.clip.info=false"));
+        allocationhooks::countWhile([] { return countingThisThread; });
     }
     void TearDown() override {
         QLoggingCategory::setFilterRules(QString());
@@ -102,9 +39,9 @@ protected:
 };
 
 TEST_F(SoundClipTickAllocationTest, TicksOfFadingLoopingPausedAndEndingClipsAllocateNothing) {
-#if !ZELVORA_COUNTING_HOOKS
-    GTEST_SKIP() << "sanitizer builds keep their own allocator";
-#endif
+    if (!allocationhooks::kActive) {
+        GTEST_SKIP() << "sanitizer builds keep their own allocator";
+    }
     const QString path = constantWav("tone.wav", 3.0, 0.5f, 0.5f);
     std::vector<SoundClip*> clips{
         &makeClip(path, {{settingsKey_FadeInDuration, 1.0}}),
@@ -131,13 +68,13 @@ TEST_F(SoundClipTickAllocationTest, TicksOfFadingLoopingPausedAndEndingClipsAllo
             if (!clip->isPlaying()) {
                 continue; // a tick that ends a clip tells its observers and rewinds
             }
-            const long long before = allocationsInTick.load();
+            const long long before = allocationhooks::counts().allocations.load();
             {
                 TickScope scope;
                 clip->spendTime();
             }
             ++ticks;
-            EXPECT_EQ(allocationsInTick.load(), before)
+            EXPECT_EQ(allocationhooks::counts().allocations.load(), before)
                 << "round " << round << ", clip at " << clip->currentPositionSeconds() << " s";
         }
     }

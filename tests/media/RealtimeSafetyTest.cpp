@@ -4,137 +4,24 @@
 // (start, stop, seek, volume, routing) for a few seconds on the null back end and
 // expects the counts to stay at zero.
 //
-// The counting hooks replace malloc/free, operator new/delete and pthread_mutex_lock for
-// the whole process. Sanitizer builds keep their own allocator, so there the hooks are
-// left out and only the stress itself runs (it still has to pass, race-free).
+// The counting hooks (tests/support/AllocationHooks) replace the allocator for the whole
+// process; sanitizer builds leave them out and only run the stress (it still has to pass,
+// race-free).
 
 #include "media/AudioEngine.h"
 #include "media/GeneratedSource.h"
 #include "media/Movie.h"
 #include "media/NullDriver.h"
 #include "media/RenderScope.h"
+#include "tests/support/AllocationHooks.h"
 
 #include <QElapsedTimer>
 #include <atomic>
 #include <chrono>
-#include <cstdlib>
 #include <gtest/gtest.h>
 #include <mutex>
-#include <new>
-#include <pthread.h>
 #include <random>
 #include <thread>
-
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
-#define ZELVORA_COUNTING_HOOKS 0
-#else
-#define ZELVORA_COUNTING_HOOKS 1
-#endif
-
-namespace {
-std::atomic<long long> allocationsInRender{0};
-std::atomic<long long> freesInRender{0};
-std::atomic<long long> locksInRender{0};
-} // namespace
-
-#if ZELVORA_COUNTING_HOOKS
-
-namespace {
-
-void noteAllocation() {
-    if (media::RenderScope::isActive()) {
-        allocationsInRender.fetch_add(1, std::memory_order_relaxed);
-    }
-}
-
-void noteFree(void* pointer) {
-    if (pointer && media::RenderScope::isActive()) {
-        freesInRender.fetch_add(1, std::memory_order_relaxed);
-    }
-}
-
-} // namespace
-
-extern "C" {
-void* __libc_malloc(size_t size);
-void __libc_free(void* pointer);
-void* __libc_calloc(size_t count, size_t size);
-void* __libc_realloc(void* pointer, size_t size);
-void* __libc_memalign(size_t alignment, size_t size);
-// glibc's own lock, reached under its versioned name so the hook below can forward.
-int zelvoraRealMutexLock(pthread_mutex_t* mutex);
-__asm__(".symver zelvoraRealMutexLock,__pthread_mutex_lock@GLIBC_2.2.5");
-int zelvoraRealMutexTrylock(pthread_mutex_t* mutex);
-__asm__(".symver zelvoraRealMutexTrylock,__pthread_mutex_trylock@GLIBC_2.2.5");
-
-void* malloc(size_t size) {
-    noteAllocation();
-    return __libc_malloc(size);
-}
-void free(void* pointer) {
-    noteFree(pointer);
-    __libc_free(pointer);
-}
-void* calloc(size_t count, size_t size) {
-    noteAllocation();
-    return __libc_calloc(count, size);
-}
-void* realloc(void* pointer, size_t size) {
-    noteAllocation();
-    return __libc_realloc(pointer, size);
-}
-void* memalign(size_t alignment, size_t size) {
-    noteAllocation();
-    return __libc_memalign(alignment, size);
-}
-int posix_memalign(void** result, size_t alignment, size_t size) {
-    noteAllocation();
-    *result = __libc_memalign(alignment, size);
-    return *result ? 0 : ENOMEM;
-}
-void* aligned_alloc(size_t alignment, size_t size) {
-    noteAllocation();
-    return __libc_memalign(alignment, size);
-}
-int pthread_mutex_lock(pthread_mutex_t* mutex) {
-    if (media::RenderScope::isActive()) {
-        locksInRender.fetch_add(1, std::memory_order_relaxed);
-    }
-    return zelvoraRealMutexLock(mutex);
-}
-int pthread_mutex_trylock(pthread_mutex_t* mutex) {
-    if (media::RenderScope::isActive()) {
-        locksInRender.fetch_add(1, std::memory_order_relaxed);
-    }
-    return zelvoraRealMutexTrylock(mutex);
-}
-}
-
-void* operator new(size_t size) {
-    noteAllocation();
-    if (void* pointer = __libc_malloc(size ? size : 1)) {
-        return pointer;
-    }
-    throw std::bad_alloc();
-}
-void* operator new[](size_t size) {
-    return operator new(size);
-}
-void operator delete(void* pointer) noexcept {
-    noteFree(pointer);
-    __libc_free(pointer);
-}
-void operator delete[](void* pointer) noexcept {
-    operator delete(pointer);
-}
-void operator delete(void* pointer, size_t) noexcept {
-    operator delete(pointer);
-}
-void operator delete[](void* pointer, size_t) noexcept {
-    operator delete(pointer);
-}
-
-#endif
 
 namespace {
 
@@ -153,12 +40,13 @@ std::shared_ptr<const std::vector<float>> noise(long long frames) {
 
 } // namespace
 
-#if ZELVORA_COUNTING_HOOKS
 TEST(RealtimeSafety, TheCountersSeeWhatARenderCallDoes) {
+    if (!allocationhooks::kActive) {
+        GTEST_SKIP() << "sanitizer builds keep their own allocator";
+    }
     // The traps themselves must work, or a zero below would prove nothing.
-    const long long allocations = allocationsInRender.load();
-    const long long frees = freesInRender.load();
-    const long long locks = locksInRender.load();
+    allocationhooks::countWhile(&media::RenderScope::isActive);
+    allocationhooks::resetCounts();
     {
         media::RenderScope scope;
         auto* leaked = new std::vector<int>(16);
@@ -166,14 +54,10 @@ TEST(RealtimeSafety, TheCountersSeeWhatARenderCallDoes) {
         std::mutex mutex;
         std::lock_guard lock(mutex);
     }
-    EXPECT_GT(allocationsInRender.load(), allocations);
-    EXPECT_GT(freesInRender.load(), frees);
-    EXPECT_GT(locksInRender.load(), locks);
-    allocationsInRender = 0;
-    freesInRender = 0;
-    locksInRender = 0;
+    EXPECT_GT(allocationhooks::counts().allocations.load(), 0);
+    EXPECT_GT(allocationhooks::counts().frees.load(), 0);
+    EXPECT_GT(allocationhooks::counts().locks.load(), 0);
 }
-#endif
 
 TEST(RealtimeSafety, SixtyFourVoicesDrivenFromTheMainThreadNeverAllocateOrLockInTheCallback) {
     std::vector<media::AudioDeviceInfo> devices{media::NullDriver::defaultDevice()};
@@ -201,9 +85,8 @@ TEST(RealtimeSafety, SixtyFourVoicesDrivenFromTheMainThreadNeverAllocateOrLockIn
         movies.push_back(std::move(movie));
     }
     ASSERT_TRUE(engine.waitUntilIdle());
-    allocationsInRender = 0;
-    freesInRender = 0;
-    locksInRender = 0;
+    allocationhooks::countWhile(&media::RenderScope::isActive);
+    allocationhooks::resetCounts();
 
     std::minstd_rand random(42);
     QElapsedTimer clock;
@@ -256,7 +139,8 @@ TEST(RealtimeSafety, SixtyFourVoicesDrivenFromTheMainThreadNeverAllocateOrLockIn
     engine.service();
 
     EXPECT_GT(actions, 1000);
-    EXPECT_EQ(allocationsInRender.load(), 0) << "allocations on the device callback";
-    EXPECT_EQ(freesInRender.load(), 0) << "frees on the device callback";
-    EXPECT_EQ(locksInRender.load(), 0) << "mutex locks on the device callback";
+    const allocationhooks::Counts& counted = allocationhooks::counts();
+    EXPECT_EQ(counted.allocations.load(), 0) << "allocations on the device callback";
+    EXPECT_EQ(counted.frees.load(), 0) << "frees on the device callback";
+    EXPECT_EQ(counted.locks.load(), 0) << "mutex locks on the device callback";
 }
