@@ -130,9 +130,7 @@ TEST_F(OutputsPanelTest, AStripsButtonsPauseStopAndDuckItsClipAndDoNothingWhenId
     EXPECT_TRUE(strip.duckingButton().status());
     EXPECT_EQ(clip.fadingDirection(), -1);
     EXPECT_DOUBLE_EQ(clip.fadingTargetVolume(), 0.2);
-    for (int tick = 0; tick < 21; ++tick) {
-        tickAll();
-    }
+    tickAll(21);
     EXPECT_NEAR(clip.currentLevel(), 0.2, 1.0 / 255.0) << "ducked over one second";
     QTest::mouseClick(&strip.duckingButton(), Qt::LeftButton);
     EXPECT_FALSE(clip.isDucked());
@@ -186,9 +184,7 @@ TEST_F(OutputsPanelTest, AStripsLevelSliderSitsBesideTheMetersAndChangesNothing)
     SoundClip& other = clipOn(5, constantWav("b.wav", 5.0, 0.25f, 0.25f));
     clip.startPlaying(false);
     other.startPlaying(false);
-    for (int tick = 0; tick < 3; ++tick) {
-        tickAll();
-    }
+    tickAll(3);
     const double level = clip.currentLevel();
     const float heard = settled(pull(clipaudio::kTickFrames), 2, 0);
     ASSERT_GT(heard, 0.0f);

@@ -107,9 +107,7 @@ TEST_F(OutputsPanelTest, AStripShowsTimesProgressAndLevelsAndKeepsTheLevelsWhile
     OutputMonitoringCell& strip = *panel().cellAtIndex(5);
     clip.startPlaying(false);
     EXPECT_EQ(strip.durationText(), "00:00:04");
-    for (int tick = 0; tick < 40; ++tick) {
-        tickAll();
-    }
+    tickAll(40);
     EXPECT_EQ(strip.elapsedText(), "00:00:02");
     EXPECT_EQ(strip.remainingText(), "00:00:02");
     EXPECT_NEAR(strip.progressBar().doubleValue(), 0.5, 0.02);
@@ -120,9 +118,7 @@ TEST_F(OutputsPanelTest, AStripShowsTimesProgressAndLevelsAndKeepsTheLevelsWhile
 
     strip.pauseButtonPushed();
     ASSERT_TRUE(clip.isPaused());
-    for (int tick = 0; tick < 5; ++tick) {
-        tickAll();
-    }
+    tickAll(5);
     EXPECT_EQ(strip.leftVuMeter().doubleValue(), left) << "paused meters hold their reading";
     EXPECT_EQ(strip.rightVuMeter().doubleValue(), right);
     EXPECT_TRUE(strip.pauseButton().status());
@@ -140,7 +136,6 @@ TEST_F(OutputsPanelTest, AStripGoesIdleWhenItsClipStopsEvenWithoutBeingTold) {
     OutputMonitoringCell& strip = *panel().cellAtIndex(6);
     EXPECT_EQ(strip.currentClip(), nullptr);
     EXPECT_FALSE(strip.isRefreshing());
-    EXPECT_EQ(strip.filenameText(), OutputMonitoringCell::nothingPlayingText());
     EXPECT_EQ(strip.filenameText(), "<nothing playing>");
     EXPECT_EQ(strip.durationText(), "00:00:00");
     EXPECT_EQ(strip.elapsedText(), "00:00:00");

@@ -93,9 +93,7 @@ TEST_F(OutputsPanelTest, ThePanelShowsWhatPlaysOnEveryOutput) {
         clip.setPosition(positions[output]);
         clips.push_back(&clip);
     }
-    for (int tick = 0; tick < 10; ++tick) {
-        tickAll();
-    }
+    tickAll(10);
     panel().cellAtIndex(1)->pauseButtonPushed();
     panel().showWindow();
     ASSERT_TRUE(QTest::qWaitForWindowExposed(panel().window()));

@@ -40,12 +40,14 @@ void OutputsPanelTest::connectTallyBox() {
     defaults().setObject(QStringLiteral("K-7"), QStringLiteral("Kestrel Serial Number"));
 }
 
-void OutputsPanelTest::tickAll() {
-    pull(clipaudio::kTickFrames);
-    for (auto& clip : _clips) {
-        clip->spendTime();
-    }
-    for (int index = 0; index < panel().cellCount(); ++index) {
-        panel().cellAtIndex(index)->spendTime();
+void OutputsPanelTest::tickAll(int ticks) {
+    for (int tick = 0; tick < ticks; ++tick) {
+        pull(clipaudio::kTickFrames);
+        for (auto& clip : _clips) {
+            clip->spendTime();
+        }
+        for (int index = 0; index < panel().cellCount(); ++index) {
+            panel().cellAtIndex(index)->spendTime();
+        }
     }
 }

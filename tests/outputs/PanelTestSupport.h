@@ -49,8 +49,9 @@ protected:
     void connectTallyBox();
     std::unique_ptr<RecordingTallyLines> tally;
 
-    // Renders 50 ms and gives every playing clip and then the panel's strips their tick.
-    void tickAll();
+    // `ticks` times: renders 50 ms and gives every playing clip and then the panel's strips
+    // their tick.
+    void tickAll(int ticks = 1);
 
 private:
     std::unique_ptr<OutputsMonitoringPanelController> _panel;

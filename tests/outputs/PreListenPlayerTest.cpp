@@ -164,9 +164,7 @@ TEST_F(PreListenTest, TheDocumentsOwnClipKeepsItsStatePositionAndSettings) {
     SoundClip& clip = clipOn(3, indexedWav("clip.wav", 30.0),
                              {{settingsKey_InPoint, 2.0}, {settingsKey_NormalVolume, 0.5}});
     clip.startPlaying(false);
-    for (int tick = 0; tick < 4; ++tick) {
-        tickAll();
-    }
+    tickAll(4);
     const QVariantMap settingsBefore = *clip.settings();
     const double positionBefore = clip.movie()->position();
 
