@@ -3,9 +3,8 @@
 
 #include "app/hid/GPIGlobalController.h"
 #include "app/hid/GPIController.h"
-#include "app/hid/GPIInputReceiver.h"
-#include "app/hid/GPIInputTargets.h"
 #include "app/hid/SimulatedIOWarriorBus.h"
+#include "tests/surfaces/SurfacesTestSupport.h"
 
 #include "tests/support/QtPrinters.h"
 #include <QElapsedTimer>
@@ -13,39 +12,15 @@
 
 #include <gtest/gtest.h>
 
+using surfacestest::FakeDocuments;
+using surfacestest::RecordingReceiver;
+
 namespace {
 
 const QString kBoxA = QStringLiteral("0000A001");
 const QString kBoxB = QStringLiteral("0000B002");
 const QString kBoxC = QStringLiteral("0000C003");
 constexpr int kDeadlineMs = 5000;
-
-// Records "<name> <input>:<state>".
-class RecordingReceiver : public GPIInputReceiver {
-public:
-    RecordingReceiver(QStringList* journal, QString name)
-        : _journal(journal)
-        , _name(std::move(name)) {}
-    void gpiInputHasChanged(int input, int newState) override {
-        _journal->append(QStringLiteral("%1 %2:%3").arg(_name).arg(input).arg(newState));
-    }
-
-private:
-    QStringList* _journal;
-    QString _name;
-};
-
-class FakeDocuments : public GPIInputTargets {
-public:
-    int openDocumentsCount() const override { return static_cast<int>(open.size()); }
-    GPIInputReceiver* documentControllerAt(int position) const override {
-        return open.value(position);
-    }
-    GPIInputReceiver* currentDocumentController() const override { return current; }
-
-    QList<GPIInputReceiver*> open;
-    GPIInputReceiver* current = nullptr;
-};
 
 QByteArray bytes(std::initializer_list<int> values) {
     QByteArray result;
