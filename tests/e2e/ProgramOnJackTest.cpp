@@ -34,17 +34,6 @@ constexpr int kDeadlineMs = 20000;
 constexpr double kToneFrequency = 750.0;
 constexpr double kToneAmplitude = 0.4;
 
-std::string reasonToSkip() {
-#ifdef __SANITIZE_THREAD__
-    return "a real JACK server cannot be checked under ThreadSanitizer";
-#else
-    if (!JackServer::isInstalled()) {
-        return "jackd is not installed (Debian package jackd2)";
-    }
-    return {};
-#endif
-}
-
 // The program and the server answer within seconds; a busy machine gets generous time.
 bool waitUntil(const std::function<bool()>& condition, int timeoutMs = kDeadlineMs) {
     return pollUntil(condition, timeoutMs, 20);
@@ -53,8 +42,8 @@ bool waitUntil(const std::function<bool()>& condition, int timeoutMs = kDeadline
 class ProgramOnJack : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!reasonToSkip().empty()) {
-            GTEST_SKIP() << reasonToSkip();
+        if (!JackServer::reasonToSkip().empty()) {
+            GTEST_SKIP() << JackServer::reasonToSkip();
         }
         ASSERT_TRUE(home.isValid());
         for (const char* sub : {"config", "data", "runtime"}) {

@@ -11,6 +11,7 @@
 #include "tests/support/AudioFixtures.h"
 #include "tests/support/JackCapture.h"
 #include "tests/support/JackServer.h"
+#include "tests/support/JackSuiteTest.h"
 #include "tests/support/PollUntil.h"
 
 #include <atomic>
@@ -123,49 +124,15 @@ std::unique_ptr<JackCapture> captureOfPlayback(int firstPort, int ports) {
     return capture;
 }
 
-// Why the tests that need a server cannot run here; empty when they can.
-std::string reasonToSkip() {
-#ifdef __SANITIZE_THREAD__
-    // libjack wakes its process thread through futexes in shared memory, which
-    // ThreadSanitizer cannot see: everything the device callback touches would look raced.
-    return "a real JACK server cannot be checked under ThreadSanitizer";
-#else
-    if (!JackServer::isInstalled()) {
-        return "jackd is not installed (Debian package jackd2); the JACK device tests need a "
-               "real server";
-    }
-    return {};
-#endif
-}
-
-// One server for the suite: these tests leave it as they found it, and a server takes a
-// while to start on a busy machine.
-class RtAudioDriverOnJack : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        server = JackServer::startForSuite(reasonToSkip(), &startError);
-    }
-    static void TearDownTestSuite() {
-        delete server;
-        server = nullptr;
-    }
-    void SetUp() override {
-        if (!reasonToSkip().empty()) {
-            GTEST_SKIP() << reasonToSkip();
-        }
-        ASSERT_TRUE(server && server->isRunning()) << startError.toStdString();
-    }
-
-    static inline JackServer* server = nullptr;
-    static inline QString startError;
-};
+// One server for the suite.
+using RtAudioDriverOnJack = JackSuiteTest<>;
 
 // A server of its own for each test, which the test kills, stops, hangs or reconfigures.
 class RtAudioDriverOnOwnJack : public ::testing::Test {
 protected:
     void SetUp() override {
-        if (!reasonToSkip().empty()) {
-            GTEST_SKIP() << reasonToSkip();
+        if (!JackServer::reasonToSkip().empty()) {
+            GTEST_SKIP() << JackServer::reasonToSkip();
         }
         _server = std::make_unique<JackServer>();
         QString error;

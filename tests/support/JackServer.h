@@ -23,12 +23,12 @@ public:
     JackServer(const JackServer&) = delete;
     JackServer& operator=(const JackServer&) = delete;
 
-    // Whether jackd can be found; tests skip when it cannot.
-    static bool isInstalled();
-    // The one server of a test suite (from SetUpTestSuite), started; null when
-    // `skipReason` says the suite skips. When it does not come up, *error says why and
-    // the caller's SetUp reports it.
-    static JackServer* startForSuite(const std::string& skipReason, QString* error);
+    // Why tests that need a server cannot run here (no jackd, or ThreadSanitizer, which
+    // cannot see libjack's futexes in shared memory); empty when they can.
+    static std::string reasonToSkip();
+    // The one server of a test suite (from SetUpTestSuite), started; null when the suite
+    // skips. When it does not come up, *error says why and the caller's SetUp reports it.
+    static JackServer* startForSuite(QString* error);
 
     // Starts the server and waits (a few seconds at most) until a client can connect.
     // Returns false and sets *error with jackd's output when it does not come up.

@@ -14,7 +14,7 @@
 #include "clip/SoundClip.h"
 #include "preset/PresetDocument.h"
 #include "tests/preset/PresetTestSupport.h"
-#include "tests/support/JackServer.h"
+#include "tests/support/JackSuiteTest.h"
 #include "tests/surfaces/JackMidiSender.h"
 #include "tests/surfaces/StdoutCapture.h"
 
@@ -42,20 +42,6 @@ public:
     QStringList events;
 };
 
-std::string reasonToSkip() {
-#ifdef __SANITIZE_THREAD__
-    // libjack wakes its threads through futexes in shared memory, which ThreadSanitizer
-    // cannot see.
-    return "a real JACK server cannot be checked under ThreadSanitizer";
-#else
-    if (!JackServer::isInstalled()) {
-        return "jackd is not installed (Debian package jackd2); the JACK MIDI tests need a "
-               "real server";
-    }
-    return {};
-#endif
-}
-
 // Ticks until `condition` holds; false when the deadline passed first.
 template <typename Tick, typename Condition>
 bool tickUntil(Tick tick, Condition condition) {
@@ -71,21 +57,13 @@ bool tickUntil(Tick tick, Condition condition) {
     return true;
 }
 
-class MIDIOnJack : public PresetTest {
+class MIDIOnJack : public JackSuiteTest<PresetTest> {
 protected:
-    static void SetUpTestSuite() {
-        server = JackServer::startForSuite(reasonToSkip(), &startError);
-    }
-    static void TearDownTestSuite() {
-        delete server;
-        server = nullptr;
-    }
     void SetUp() override {
-        if (!reasonToSkip().empty()) {
-            GTEST_SKIP() << reasonToSkip();
+        JackSuiteTest::SetUp();
+        if (IsSkipped() || HasFatalFailure()) {
+            return;
         }
-        ASSERT_TRUE(server && server->isRunning()) << startError.toStdString();
-        PresetTest::SetUp();
         QString error;
         sender = JackMidiSender::open(2, &error);
         ASSERT_TRUE(sender) << error.toStdString();
@@ -109,8 +87,6 @@ protected:
         return sender->send(std::move(events));
     }
 
-    static inline JackServer* server = nullptr;
-    static inline QString startError;
     std::unique_ptr<JackMidiSender> sender;
     RtMidiSourceList jack{{RtMidiSourceList::Service::Jack}};
     std::unique_ptr<MIDIController> controller;
