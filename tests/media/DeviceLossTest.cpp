@@ -8,9 +8,7 @@
 #include "media/OfflineStream.h"
 #include "tests/media/EngineTestSupport.h"
 #include "tests/support/LogCapture.h"
-
-#include <chrono>
-#include <thread>
+#include "tests/support/PollUntil.h"
 
 using media::Movie;
 
@@ -19,17 +17,9 @@ namespace {
 constexpr int kRate = testaudio::kRate;
 const QString kFourChannels = QStringLiteral("Test Device 4ch");
 
-// Waits (polling, bounded) until the condition holds; the fallback clock runs in real time.
-template <typename Condition>
-bool eventually(Condition condition) {
-    const auto deadline = std::chrono::steady_clock::now() + std::chrono::seconds(10);
-    while (!condition()) {
-        if (std::chrono::steady_clock::now() > deadline) {
-            return false;
-        }
-        std::this_thread::sleep_for(std::chrono::milliseconds(5));
-    }
-    return true;
+// The fallback clock runs in real time, so a test waits for it (polling, bounded).
+bool eventually(const std::function<bool()>& condition) {
+    return pollUntil(condition, 10000, 5);
 }
 
 } // namespace

@@ -1,7 +1,6 @@
 #include "tests/support/JackCapture.h"
+#include "tests/support/PollUntil.h"
 
-#include <QElapsedTimer>
-#include <QThread>
 #include <algorithm>
 #include <cerrno>
 #include <cmath>
@@ -115,15 +114,7 @@ int JackCapture::recordedFrames() const {
 }
 
 bool JackCapture::waitForFrames(int frames, int timeoutMs) const {
-    QElapsedTimer timer;
-    timer.start();
-    while (recordedFrames() < frames) {
-        if (timer.elapsed() > timeoutMs) {
-            return false;
-        }
-        QThread::msleep(2);
-    }
-    return true;
+    return pollUntil([&] { return recordedFrames() >= frames; }, timeoutMs);
 }
 
 double JackCapture::rms(int input) const {

@@ -4,11 +4,11 @@
 #include "app/hid/GPIGlobalController.h"
 #include "app/hid/GPIController.h"
 #include "app/hid/SimulatedIOWarriorBus.h"
+#include "tests/support/PollUntil.h"
 #include "tests/surfaces/SurfacesTestSupport.h"
 
 #include "tests/support/QtPrinters.h"
-#include <QElapsedTimer>
-#include <QThread>
+#include <algorithm>
 
 #include <gtest/gtest.h>
 
@@ -54,14 +54,13 @@ protected:
     void settle() { settle(gpi); }
 
     static void waitForBoards(const GPIGlobalController& manager) {
-        QElapsedTimer timer;
-        timer.start();
-        for (const auto& controller : manager.devices()) {
-            while (!controller->isIdle()) {
-                ASSERT_LT(timer.elapsed(), kDeadlineMs) << "a board transfer never finished";
-                QThread::msleep(1);
-            }
-        }
+        ASSERT_TRUE(pollUntil(
+            [&] {
+                return std::all_of(manager.devices().begin(), manager.devices().end(),
+                                   [](const auto& controller) { return controller->isIdle(); });
+            },
+            kDeadlineMs, 1))
+            << "a board transfer never finished";
     }
 
     std::shared_ptr<SimulatedIOWarriorBus> bus = std::make_shared<SimulatedIOWarriorBus>();
@@ -260,13 +259,9 @@ TEST_F(GPITest, ABoardThatStopsAnsweringHoldsNothingButItsOwnThread) {
     bus->setContact(kBoxB, 3, true);
     gpi.deviceAt(0)->setState(false, 5);
     // Every tick returns although box A's transfers hang; box B goes on working.
-    QElapsedTimer timer;
-    timer.start();
-    while (!journal.contains(QStringLiteral("front 3:1"))) {
-        ASSERT_LT(timer.elapsed(), kDeadlineMs);
-        gpi.updateTimer();
-        QThread::msleep(1);
-    }
+    ASSERT_TRUE(pollUntil(
+        [&] { return journal.contains(QStringLiteral("front 3:1")) || (gpi.updateTimer(), false); },
+        kDeadlineMs, 1));
     EXPECT_FALSE(journal.contains(QStringLiteral("front 2:1")));
     EXPECT_EQ(bus->outputReports(kBoxA).size(), written);
     gpi.deviceAt(0)->setState(false, 4);

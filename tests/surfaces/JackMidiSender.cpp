@@ -1,7 +1,7 @@
 #include "tests/surfaces/JackMidiSender.h"
 
-#include <QElapsedTimer>
-#include <QThread>
+#include "tests/support/PollUntil.h"
+
 #include <jack/jack.h>
 #include <jack/midiport.h>
 
@@ -48,19 +48,15 @@ JackMidiSender::~JackMidiSender() {
 }
 
 bool JackMidiSender::send(std::vector<Event> events, int cyclesAfter) {
-    QElapsedTimer timer;
-    timer.start();
     _pending = std::move(events);
     _sentInCycle.store(-1);
     _ready.store(true, std::memory_order_release);
-    while (_ready.load(std::memory_order_acquire) ||
-           _cycles.load() < _sentInCycle.load() + 1 + cyclesAfter) {
-        if (timer.elapsed() > kDeadlineMs) {
-            return false;
-        }
-        QThread::msleep(1);
-    }
-    return true;
+    return pollUntil(
+        [&] {
+            return !_ready.load(std::memory_order_acquire) &&
+                   _cycles.load() >= _sentInCycle.load() + 1 + cyclesAfter;
+        },
+        kDeadlineMs, 1);
 }
 
 int JackMidiSender::process(unsigned int frames, void* self) {

@@ -15,13 +15,12 @@
 #include "preset/PresetDocument.h"
 #include "tests/preset/PresetTestSupport.h"
 #include "tests/support/JackSuiteTest.h"
+#include "tests/support/PollUntil.h"
 #include "tests/surfaces/JackMidiSender.h"
 #include "tests/surfaces/StdoutCapture.h"
 
 #include "tests/support/QtPrinters.h"
 #include <QComboBox>
-#include <QElapsedTimer>
-#include <QThread>
 
 #include <gtest/gtest.h>
 
@@ -43,18 +42,8 @@ public:
 };
 
 // Ticks until `condition` holds; false when the deadline passed first.
-template <typename Tick, typename Condition>
-bool tickUntil(Tick tick, Condition condition) {
-    QElapsedTimer timer;
-    timer.start();
-    while (!condition()) {
-        if (timer.elapsed() > kDeadlineMs) {
-            return false;
-        }
-        tick();
-        QThread::msleep(1);
-    }
-    return true;
+bool tickUntil(const std::function<void()>& tick, const std::function<bool()>& condition) {
+    return pollUntil([&] { return condition() || (tick(), false); }, kDeadlineMs, 1);
 }
 
 class MIDIOnJack : public JackSuiteTest<PresetTest> {
