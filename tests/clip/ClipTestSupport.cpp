@@ -9,8 +9,6 @@
 #include "media/OfflineDriver.h"
 #include "media/OfflineStream.h"
 
-#include <QMutex>
-#include <QMutexLocker>
 #include <QUrl>
 #include <algorithm>
 #include <cmath>
@@ -26,49 +24,6 @@ long long frameOfIndexedValue(float left) {
 }
 
 } // namespace clipaudio
-
-namespace {
-
-QMutex logMutex;
-QStringList capturedLines;
-QtMessageHandler previousHandler = nullptr;
-
-void captureClipLines(QtMsgType type, const QMessageLogContext& context, const QString& message) {
-    if (context.category && QByteArray(context.category) == "zelvora.clip") {
-        QMutexLocker lock(&logMutex);
-        capturedLines << message;
-        return;
-    }
-    if (previousHandler) {
-        previousHandler(type, context, message);
-    }
-}
-
-} // namespace
-
-ClipLogCapture::ClipLogCapture() {
-    clear();
-    previousHandler = qInstallMessageHandler(captureClipLines);
-}
-
-ClipLogCapture::~ClipLogCapture() {
-    qInstallMessageHandler(previousHandler);
-    previousHandler = nullptr;
-}
-
-QStringList ClipLogCapture::lines() const {
-    QMutexLocker lock(&logMutex);
-    return capturedLines;
-}
-
-int ClipLogCapture::count(const QString& line) const {
-    return int(lines().count(line));
-}
-
-void ClipLogCapture::clear() {
-    QMutexLocker lock(&logMutex);
-    capturedLines.clear();
-}
 
 ClipEngineTest::ClipEngineTest() = default;
 ClipEngineTest::~ClipEngineTest() = default;

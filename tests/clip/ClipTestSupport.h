@@ -10,6 +10,7 @@
 #include "clip/ClipObserver.h"
 #include "clip/ClipOutputsObserver.h"
 #include "clip/MIDISourceList.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/ScratchHome.h"
 
 #include <QList>
@@ -69,16 +70,10 @@ private:
 };
 
 // Collects the lines written to the clip's logging category while it lives.
-class ClipLogCapture {
+class ClipLogCapture : public LogCapture {
 public:
-    ClipLogCapture();
-    ~ClipLogCapture();
-    ClipLogCapture(const ClipLogCapture&) = delete;
-    ClipLogCapture& operator=(const ClipLogCapture&) = delete;
-
-    QStringList lines() const;
-    int count(const QString& line) const;
-    void clear();
+    ClipLogCapture()
+        : LogCapture("zelvora.clip") {}
 };
 
 // Sources by name; a source whose name is none cannot be read.

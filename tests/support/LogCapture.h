@@ -33,6 +33,10 @@ public:
         return int(lines().filter(text, Qt::CaseSensitive).size());
     }
     bool contains(const QString& text) const { return countContaining(text) > 0; }
+    void clear() {
+        QMutexLocker lock(&s_mutex);
+        s_lines.clear();
+    }
     // All lines, for a failure message.
     std::string text() const { return lines().join(QLatin1Char('|')).toStdString(); }
 
