@@ -323,8 +323,10 @@ bool CAppController::validateMenuItem(MenuItem item) const {
         return true;
     case MenuItem::NewPlaylist:
         return documents().typeNamed(PlaylistDocument::kTypeName) != nullptr;
-    case MenuItem::CheckForMissingClips:
-        return documents().currentDocument() != nullptr;
+    case MenuItem::CheckForMissingClips: {
+        const Document* current = documents().currentDocument();
+        return current && current->checksForMissingClips();
+    }
     case MenuItem::Preferences:
         return bool(_openPreferences);
     }

@@ -75,8 +75,8 @@ void DocumentMenuBar::buildFileMenu() {
     _revertAction =
         add(tr("Re&vert to Saved"), QKeySequence(), [this] { _session.revertDocument(_document); });
     _fileMenu->addSeparator();
-    add(tr("Check for &Missing Clips"), QKeySequence(),
-        [this] { _session.checkForMissingClips(_document); });
+    _checkForMissingClipsAction = add(tr("Check for &Missing Clips"), QKeySequence(),
+                                      [this] { _session.checkForMissingClips(_document); });
     _lockAction = add(tr("&Lock Window Positions"), QKeySequence(), [this](bool locked) {
         if (UserDefaults* defaults = UserDefaults::standard()) {
             defaults->setObject(locked, kLockWindowPositionsKey);
@@ -123,6 +123,7 @@ void DocumentMenuBar::updateEnabledItems() {
     const bool hasFile = _document && !_document->filePath().isEmpty();
     _saveAction->setEnabled(edited || !hasFile);
     _revertAction->setEnabled(edited && hasFile);
+    _checkForMissingClipsAction->setEnabled(_document && _document->checksForMissingClips());
     const UserDefaults* defaults = UserDefaults::standard();
     _lockAction->setChecked(defaults && defaults->boolForKey(kLockWindowPositionsKey));
 }

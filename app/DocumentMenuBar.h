@@ -48,5 +48,6 @@ private:
     QMenu* _recentMenu = nullptr;
     QAction* _saveAction = nullptr;
     QAction* _revertAction = nullptr;
+    QAction* _checkForMissingClipsAction = nullptr;
     QAction* _lockAction = nullptr;
 };

@@ -76,8 +76,10 @@ public:
     virtual bool windowShouldClose() { return true; }
     // The window was moved by the user or the window system.
     virtual void windowDidMove() {}
-    // Checks each clip's file and reports what it found.
+    // Checks each clip's file and reports what it found; only documents that answer
+    // true to checksForMissingClips() do (the menu item is off for the others).
     virtual void checkForMissingClips() {}
+    virtual bool checksForMissingClips() const { return false; }
     // The document is closing for good: stop what it plays and detach from the
     // process-wide services. Called once, before the document is deleted.
     virtual void close() {}

@@ -95,6 +95,7 @@ public:
     void stopDocument(Document* sender) override { (void)sender; }
     // Counts the clips whose file no longer loads, redraws, and says what it found.
     void checkForMissingClips() override;
+    bool checksForMissingClips() const override { return true; }
     // With clips playing or paused asks "Warning!" first; true when the window may close.
     bool windowShouldClose() override;
     // With "Lock Window Positions" on, puts the window back at the top left of the screen.

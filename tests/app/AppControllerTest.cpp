@@ -241,6 +241,8 @@ TEST_F(AppControllerTest, ValidatesItsMenuItems) {
     EXPECT_EQ(opened, 1);
 
     controller->newPlaylistDocument();
+    EXPECT_FALSE(controller->validateMenuItem(CAppController::MenuItem::CheckForMissingClips))
+        << "a playlist has no missing-clips check";
     controller->newPresetDocument();
     ASSERT_EQ(documents().documents().size(), 2);
     EXPECT_EQ(documents().documents()[0]->typeName(), PlaylistDocument::kTypeName);

@@ -113,6 +113,12 @@ TEST_F(DocumentWindowsTest, APlaylistWindowHasTheStudioMenuAndAFileMenuForThePla
         playlist->setDocumentVolume(0.25);
         emit menus->fileMenu()->aboutToShow();
         ASSERT_TRUE(menus->fileAction(QStringLiteral("Revert to Saved"))->isEnabled());
+        EXPECT_FALSE(menus->fileAction(QStringLiteral("Check for Missing Clips"))->isEnabled())
+            << "a playlist has no missing-clips check";
+        auto* cartWallMenus = cartWall->findChild<DocumentMenuBar*>();
+        emit cartWallMenus->fileMenu()->aboutToShow();
+        EXPECT_TRUE(
+            cartWallMenus->fileAction(QStringLiteral("Check for Missing Clips"))->isEnabled());
         alerts.answers = {QStringLiteral("Revert")};
         menus->fileAction(QStringLiteral("Revert to Saved"))->trigger();
         EXPECT_DOUBLE_EQ(playlist->documentVolume(), 0.5) << "as saved";
