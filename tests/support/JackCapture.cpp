@@ -117,44 +117,37 @@ bool JackCapture::waitForFrames(int frames, int timeoutMs) const {
     return pollUntil([&] { return recordedFrames() >= frames; }, timeoutMs);
 }
 
+std::span<const float> JackCapture::recorded(int input) const {
+    if (input < 0 || input >= static_cast<int>(_recordings.size())) {
+        return {};
+    }
+    return {_recordings[static_cast<size_t>(input)].data(), static_cast<size_t>(recordedFrames())};
+}
+
 double JackCapture::rms(int input) const {
-    const int frames = recordedFrames();
-    if (input < 0 || input >= static_cast<int>(_recordings.size()) || frames == 0) {
-        return 0.0;
-    }
-    const std::vector<float>& samples = _recordings[static_cast<size_t>(input)];
+    const std::span<const float> samples = recorded(input);
     double sum = 0.0;
-    for (int i = 0; i < frames; ++i) {
-        sum +=
-            static_cast<double>(samples[static_cast<size_t>(i)]) * samples[static_cast<size_t>(i)];
+    for (const float sample : samples) {
+        sum += static_cast<double>(sample) * sample;
     }
-    return std::sqrt(sum / frames);
+    return samples.empty() ? 0.0 : std::sqrt(sum / static_cast<double>(samples.size()));
 }
 
 double JackCapture::peak(int input) const {
-    const int frames = recordedFrames();
-    if (input < 0 || input >= static_cast<int>(_recordings.size()) || frames == 0) {
-        return 0.0;
-    }
-    const std::vector<float>& samples = _recordings[static_cast<size_t>(input)];
     float largest = 0.0f;
-    for (int i = 0; i < frames; ++i) {
-        largest = std::max(largest, std::fabs(samples[static_cast<size_t>(i)]));
+    for (const float sample : recorded(input)) {
+        largest = std::max(largest, std::fabs(sample));
     }
     return largest;
 }
 
 double JackCapture::toneFrequency(int input, int sampleRate) const {
-    const int frames = recordedFrames();
-    if (input < 0 || input >= static_cast<int>(_recordings.size()) || frames < 2) {
-        return 0.0;
-    }
-    const std::vector<float>& samples = _recordings[static_cast<size_t>(input)];
+    const std::span<const float> samples = recorded(input);
     int crossings = 0;
-    for (size_t i = 1; i < static_cast<size_t>(frames); ++i) {
-        if ((samples[i - 1] < 0.0f) != (samples[i] < 0.0f)) {
-            ++crossings;
-        }
+    for (size_t i = 1; i < samples.size(); ++i) {
+        crossings += (samples[i - 1] < 0.0f) != (samples[i] < 0.0f);
     }
-    return crossings * static_cast<double>(sampleRate) / (2.0 * frames);
+    return samples.size() < 2
+               ? 0.0
+               : crossings * static_cast<double>(sampleRate) / (2.0 * double(samples.size()));
 }

@@ -11,6 +11,7 @@
 #include <QString>
 #include <atomic>
 #include <memory>
+#include <span>
 #include <vector>
 
 struct _jack_client;
@@ -50,6 +51,8 @@ private:
     JackCapture(_jack_client* client, int capacityFrames);
     static int process(unsigned int frames, void* self);
     bool restartPending() const;
+    // What input `input` recorded since the last restart; empty for no such input.
+    std::span<const float> recorded(int input) const;
 
     _jack_client* _client = nullptr;
     std::vector<_jack_port*> _ports;
