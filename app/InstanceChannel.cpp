@@ -47,7 +47,7 @@ InstanceChannel::InstanceChannel(const QString& name, QObject* parent)
 
 InstanceChannel::~InstanceChannel() = default;
 
-QString InstanceChannel::defaultName(const QString& configFolder) {
+QString InstanceChannel::defaultName(const QString& configFolder, const QString& runtimeFolder) {
     const QString folder =
         QDir(configFolder.isEmpty() ? UserDefaults::defaultDirectory() : configFolder)
             .absolutePath();
@@ -55,7 +55,8 @@ QString InstanceChannel::defaultName(const QString& configFolder) {
     const QString hash = QString::fromLatin1(
         QCryptographicHash::hash(key, QCryptographicHash::Sha256).toHex().left(16));
     const QString file = QStringLiteral("zelvora-studio-%1-%2").arg(uint(getuid())).arg(hash);
-    const QString runtime = qEnvironmentVariable("XDG_RUNTIME_DIR");
+    const QString runtime =
+        runtimeFolder.isEmpty() ? qEnvironmentVariable("XDG_RUNTIME_DIR") : runtimeFolder;
     if (!runtime.isEmpty() && QFileInfo(runtime).isDir()) {
         return QDir(runtime).filePath(file);
     }

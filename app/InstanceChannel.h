@@ -38,8 +38,10 @@ public:
     ~InstanceChannel() override;
 
     // The socket of this user's program with the settings folder `configFolder` (the
-    // current one when empty): a full path in $XDG_RUNTIME_DIR when that is set.
-    static QString defaultName(const QString& configFolder = {});
+    // current one when empty): a full path in `runtimeFolder` ($XDG_RUNTIME_DIR when
+    // empty) when that folder exists. Others name a program started with another
+    // environment by passing its folders.
+    static QString defaultName(const QString& configFolder = {}, const QString& runtimeFolder = {});
     QString name() const { return _name; }
 
     // Sends `request` to the program listening on `name` and waits up to `timeoutMs` for

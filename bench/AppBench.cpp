@@ -73,12 +73,8 @@ double timeOneStart(const QString& home, const std::function<void()>& afterReady
     environment.insert(QStringLiteral("XDG_DATA_HOME"), home + QStringLiteral("/data"));
     environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
 
-    // The socket is named from the program's settings folder and its runtime folder.
-    const QByteArray savedRuntime = qgetenv("XDG_RUNTIME_DIR");
-    qputenv("XDG_RUNTIME_DIR", runtime.path().toUtf8());
-    const QString socket =
-        InstanceChannel::defaultName(home + QStringLiteral("/config/zelvora-studio"));
-    qputenv("XDG_RUNTIME_DIR", savedRuntime);
+    const QString socket = InstanceChannel::defaultName(
+        home + QStringLiteral("/config/zelvora-studio"), runtime.path());
 
     QProcess program;
     program.setProcessEnvironment(environment);

@@ -13,7 +13,6 @@
 #include "document/DocumentController.h"
 #include "foundation/AtomicFile.h"
 #include "foundation/PropertyList.h"
-#include "foundation/UserDefaults.h"
 #include "media/AudioEngine.h"
 #include "media/Movie.h"
 #include "preset/PresetController.h"
@@ -32,20 +31,10 @@ namespace {
 constexpr int kPeriodFrames = 256;
 
 // The program's registered defaults in a store of its own, installed while a figure runs.
-class ProgramDefaults {
+class ProgramDefaults : public ScopedBenchDefaults {
 public:
     ProgramDefaults()
-        : _defaults(_dir.path())
-        , _previous(UserDefaults::standard()) {
-        ZelvoraApplication::initialize(_defaults);
-        UserDefaults::setStandard(&_defaults);
-    }
-    ~ProgramDefaults() { UserDefaults::setStandard(_previous); }
-
-private:
-    QTemporaryDir _dir;
-    UserDefaults _defaults;
-    UserDefaults* _previous;
+        : ScopedBenchDefaults(ZelvoraApplication::factoryDefaults()) {}
 };
 
 // The cart wall document type with its real window controller, as the program installs

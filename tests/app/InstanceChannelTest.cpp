@@ -148,6 +148,10 @@ TEST_F(InstanceChannelTest, TheNameSeparatesSettingsFoldersAndLivesInTheRuntimeF
     EXPECT_EQ(one, again);
     EXPECT_NE(one, other);
     EXPECT_TRUE(one.startsWith(folder.path() + QStringLiteral("/zelvora-studio-")));
+    // Another program's environment, named without changing our own.
+    EXPECT_EQ(InstanceChannel::defaultName(QStringLiteral("/home/a/.config/zelvora-studio"),
+                                           folder.path()),
+              one);
 }
 
 } // namespace

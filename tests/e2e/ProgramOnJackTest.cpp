@@ -125,12 +125,8 @@ protected:
 
     // The program's socket, named as the program names it from its environment.
     QString socketName() const {
-        const QByteArray saved = qgetenv("XDG_RUNTIME_DIR");
-        qputenv("XDG_RUNTIME_DIR", home.filePath(QStringLiteral("runtime")).toUtf8());
-        const QString name =
-            InstanceChannel::defaultName(configHome() + QStringLiteral("/zelvora-studio"));
-        qputenv("XDG_RUNTIME_DIR", saved);
-        return name;
+        return InstanceChannel::defaultName(configHome() + QStringLiteral("/zelvora-studio"),
+                                            home.filePath(QStringLiteral("runtime")));
     }
 
     std::optional<QJsonObject> ask(const QJsonObject& request) const {
